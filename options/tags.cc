@@ -1,0 +1,6 @@
+#include "options/handlers.h"
+
+#include <cstdio>
+
+// PLACEHOLDER: replaced by the real handlers of this unit.
+NTSTATUS HandleTags(OptionContext*, const char*) { std::fputs("not implemented yet\n", stderr); return STATUS_UNSUCCESSFUL; }

@@ -1,0 +1,122 @@
+// File-system wrappers: thin POSIX calls that report NTSTATUS and log one line on
+// failure (component 7 unless noted). errno is mapped locally: ENOENT gives
+// STATUS_OBJECT_NAME_NOT_FOUND (open, delete, rename), every other errno
+// STATUS_UNSUCCESSFUL. Out parameters are written on every path (0, null or -1 on
+// failure) unless a comment says otherwise. Nothing here keeps state or locks.
+#pragma once
+
+#include <dirent.h>
+
+#include <cstdint>
+#include <utility>
+
+#include "runtime/rtl_string.h"
+#include "runtime/status.h"
+
+using FileHandle = std::int32_t;  // a POSIX descriptor; -1 for none
+inline constexpr FileHandle kInvalidFile = -1;
+inline constexpr FileHandle kCurrentDirectory = -100;  // AT_FDCWD
+
+inline constexpr std::uint32_t FILE_ACCESS_READ = 1;
+inline constexpr std::uint32_t FILE_ACCESS_WRITE = 2;
+inline constexpr std::uint32_t FILE_ACCESS_READ_WRITE = 3;
+
+inline constexpr std::uint32_t OPEN_CREATE = 0x1;           // O_CREAT, mode 0660
+inline constexpr std::uint32_t OPEN_TRUNCATE = 0x2;         // O_TRUNC, needs write access
+inline constexpr std::uint32_t OPEN_SEEK_END = 0x4;         // offset at the end after the open
+inline constexpr std::uint32_t OPEN_QUIET_NOT_FOUND = 0x200;  // no log line for ENOENT
+inline constexpr std::uint32_t OPEN_INHERITABLE = 0x400;    // no O_CLOEXEC
+inline constexpr std::uint32_t OPEN_EXCLUSIVE = 0x800;      // O_EXCL
+inline constexpr std::uint32_t OPEN_NO_FOLLOW = 0x4000;     // O_NOFOLLOW
+inline constexpr std::uint32_t OPEN_DIRECTORY = 0x8000;     // O_DIRECTORY
+inline constexpr std::uint32_t OPEN_PATH_ONLY = 0x10000;    // O_PATH
+inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
+
+[[nodiscard]] NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access,
+                                  std::uint32_t options, FileHandle* out);
+[[nodiscard]] NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out);
+// Leaves *out unwritten when the path cannot be converted.
+[[nodiscard]] NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
+                                       FileHandle* out);
+
+[[nodiscard]] NTSTATUS DeleteFileAt(FileHandle directory, const char* name);
+[[nodiscard]] NTSTATUS DeleteFileUnicodeAt(FileHandle directory, const UNICODE_STRING* name);
+[[nodiscard]] NTSTATUS DeleteFileUnicode(const UNICODE_STRING* name);
+// Deletes only a canonical absolute path (no links, dots or doubled slashes):
+// STATUS_FILE_INVALID otherwise, STATUS_PATH_NOT_EXPANDED when it cannot resolve.
+[[nodiscard]] NTSTATUS SafeDeleteFile(const UNICODE_STRING* path);
+
+// Leaves the descriptor's offset where it was.
+[[nodiscard]] NTSTATUS GetFileLength(FileHandle file, std::uint64_t* length);
+[[nodiscard]] NTSTATUS GetFileLengthAndAllocation(FileHandle file, std::uint64_t* length, std::uint64_t* allocated);
+[[nodiscard]] NTSTATUS SetFileLength(FileHandle file, std::int64_t length);
+[[nodiscard]] NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset);
+// origin: 0 start, 1 current, 2 end.
+[[nodiscard]] NTSTATUS SetFileOffset(FileHandle file, std::int64_t offset, std::uint32_t origin);
+
+// Exactly one read(); the count may be short, 0 at end of file.
+[[nodiscard]] NTSTATUS ReadFile(FileHandle file, void* buffer, std::uint32_t length, std::uint32_t* count);
+// One pread() at *offset (not advanced); no bytes gives STATUS_END_OF_FILE.
+[[nodiscard]] NTSTATUS ReadFileAtOffset(FileHandle file, void* buffer, std::uint32_t length, std::uint32_t* count,
+                                        const std::uint64_t* offset);
+// Writes the whole buffer; a failed write() (EINTR included) ends it.
+[[nodiscard]] NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, std::uint32_t* count);
+NTSTATUS CloseFile(FileHandle file);
+
+[[nodiscard]] NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting);
+[[nodiscard]] NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent);
+
+[[nodiscard]] NTSTATUS OpenDirectoryUnicode(const UNICODE_STRING* path, DIR** out);
+[[nodiscard]] NTSTATUS OpenDirectory(const char* path, DIR** out);
+[[nodiscard]] NTSTATUS GetDirectoryFd(DIR* directory, FileHandle* out);
+// Next entry (never "." or ".."), matching the fnmatch pattern when given, as a
+// new UNICODE_STRING the caller frees with RtlFreeUnicodeString.
+// STATUS_NO_MORE_ENTRIES at the end.
+[[nodiscard]] NTSTATUS ReadDirectoryEntryMatching(DIR* directory, const UNICODE_STRING* pattern,
+                                                  UNICODE_STRING* name);
+[[nodiscard]] NTSTATUS ReadDirectoryEntry(DIR* directory, UNICODE_STRING* name);
+NTSTATUS CloseDirectory(DIR* directory);
+
+// Times as 100-ns ticks since 1601-01-01 UTC; each output is optional.
+[[nodiscard]] NTSTATUS GetFileTimes(const char* path, std::uint64_t* accessTime, std::uint64_t* modifyTime,
+                                    std::uint64_t* changeTime);
+[[nodiscard]] NTSTATUS GetFileTimesUnicode(const UNICODE_STRING* path, std::uint64_t* accessTime,
+                                           std::uint64_t* modifyTime, std::uint64_t* changeTime);
+
+// realpath() into a new 4096-byte buffer owned by *result (freed with
+// RtlFreeAnsiString); any previous result is freed first.
+[[nodiscard]] NTSTATUS ResolvePath(const ANSI_STRING* path, ANSI_STRING* result);
+// ResolvePath of a UNICODE_STRING path, as a new UNICODE_STRING in *result (freed
+// with RtlFreeUnicodeString); any previous result is freed first.
+[[nodiscard]] NTSTATUS ExpandPath(const UNICODE_STRING* path, UNICODE_STRING* result);
+
+// RAII owner of a descriptor.
+class UniqueFile {
+ public:
+  UniqueFile() = default;
+  explicit UniqueFile(FileHandle fd) : fd_(fd) {}
+  UniqueFile(UniqueFile&& o) noexcept : fd_(std::exchange(o.fd_, kInvalidFile)) {}
+  UniqueFile& operator=(UniqueFile&& o) noexcept {
+    if (this != &o) {
+      reset(std::exchange(o.fd_, kInvalidFile));
+    }
+    return *this;
+  }
+  UniqueFile(const UniqueFile&) = delete;
+  UniqueFile& operator=(const UniqueFile&) = delete;
+  ~UniqueFile() { reset(); }
+
+  FileHandle get() const { return fd_; }
+  FileHandle* out() { reset(); return &fd_; }
+  [[nodiscard]] FileHandle release() { return std::exchange(fd_, kInvalidFile); }
+  void reset(FileHandle fd = kInvalidFile) {
+    if (fd_ != kInvalidFile) {
+      (void)CloseFile(fd_);
+    }
+    fd_ = fd;
+  }
+  explicit operator bool() const { return fd_ != kInvalidFile; }
+
+ private:
+  FileHandle fd_ = kInvalidFile;
+};

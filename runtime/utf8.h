@@ -1,0 +1,70 @@
+// UTF-16 to UTF-8 conversion and the GUID type. Only this direction exists at run
+// time: the tool's UTF-16 names are constants. A lone surrogate is never repaired;
+// the conversion fails with STATUS_UNSUCCESSFUL.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/pool.h"
+#include "runtime/rtl_string.h"
+#include "runtime/status.h"
+
+struct GUID {
+  std::uint32_t Data1;
+  std::uint16_t Data2;
+  std::uint16_t Data3;
+  std::uint8_t Data4[8];
+};
+static_assert(sizeof(GUID) == 16);
+
+// Text form "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}", lower case: 38 characters.
+inline constexpr std::size_t kGuidTextLength = 38;
+// Writes the text form and a terminator into out (at least 39 bytes).
+void TvFormatGuid(const GUID& guid, char (&out)[kGuidTextLength + 1]);
+
+// The encoder. Encodes `sourceBytes` bytes of UTF-16 units (an odd byte is
+// ignored) into dest (null: count only). *produced (required) always receives the
+// bytes produced. STATUS_BUFFER_TOO_SMALL stops before the character that does not
+// fit; STATUS_UNSUCCESSFUL stops at an invalid surrogate. No terminator.
+[[nodiscard]] NTSTATUS TvEncodeUtf8(const WCHAR* source, std::size_t sourceBytes, char* dest, std::size_t destSize,
+                                    std::size_t* produced);
+
+// Checked entry point. STATUS_INVALID_PARAMETER for a null dest and null
+// produced, STATUS_INVALID_PARAMETER_4 for a null source,
+// STATUS_INVALID_PARAMETER_5 for an odd source length. Writes a NUL after the
+// bytes produced when room remains (not counted).
+[[nodiscard]] NTSTATUS RtlUnicodeToUTF8N(char* dest, std::uint32_t destSize, std::uint32_t* produced,
+                                         const WCHAR* source, std::uint32_t sourceBytes);
+
+// One byte per source unit, allocated (tag index 2) when `allocate` is set (the
+// only form the tool uses). The caller frees dest with RtlFreeAnsiString. A unit
+// of 0x80 or above fails with STATUS_BUFFER_TOO_SMALL; on failure dest->Buffer
+// is null.
+[[nodiscard]] NTSTATUS RtlUnicodeStringToAnsiString(ANSI_STRING* dest, const UNICODE_STRING* source, bool allocate);
+
+// A new NUL-terminated UTF-8 copy (tag index 290) in *out; *length (optional)
+// receives its length without the terminator. The caller frees *out with
+// TvFreePoolWithTag(*out, TAG_UTF8_BUFFER).
+[[nodiscard]] NTSTATUS TvUnicodeStringToUtf8(char** out, std::size_t* length, const UNICODE_STRING* source);
+
+// RAII owner of a TvUnicodeStringToUtf8 result.
+class Utf8String {
+ public:
+  Utf8String() = default;
+  Utf8String(const Utf8String&) = delete;
+  Utf8String& operator=(const Utf8String&) = delete;
+  ~Utf8String() { TvFreePoolWithTag(text_, TAG_UTF8_BUFFER); }
+  [[nodiscard]] NTSTATUS Convert(const UNICODE_STRING* source) {
+    TvFreePoolWithTag(text_, TAG_UTF8_BUFFER);
+    text_ = nullptr;
+    length_ = 0;
+    return TvUnicodeStringToUtf8(&text_, &length_, source);
+  }
+  const char* c_str() const { return text_; }
+  std::size_t size() const { return length_; }
+
+ private:
+  char* text_ = nullptr;
+  std::size_t length_ = 0;
+};
