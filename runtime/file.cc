@@ -1,0 +1,701 @@
+#include "runtime/file.h"
+
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "runtime/pool.h"
+#include "runtime/trace.h"
+#include "runtime/utf8.h"
+
+// Paths are logged as given, unprintable bytes included: the log is read by
+// support, who need the bytes the system saw, and a line is still one write().
+
+namespace {
+
+constexpr std::uint32_t kMkdirMode = 0770;
+constexpr std::uint32_t kCreateMode = 0660;
+constexpr std::size_t kRealpathBufferSize = 4096;
+// 100-ns ticks between 1601-01-01 and 1970-01-01 (UTC).
+constexpr std::uint64_t kUnixEpochAsFileTime = 116444736000000000ull;
+
+// The wrappers that tell a missing file apart (open, delete, rename).
+constexpr NTSTATUS StatusFromOpenErrno(int err) {
+  return err == ENOENT ? STATUS_OBJECT_NAME_NOT_FOUND : STATUS_UNSUCCESSFUL;
+}
+
+// Converts a counted UTF-16 path for a system call. A null descriptor is refused
+// with STATUS_INVALID_PARAMETER; the caller logs any failure.
+[[nodiscard]] NTSTATUS ToUtf8(const UNICODE_STRING* path, Utf8String& out) {
+  if (path == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  return out.Convert(path);
+}
+
+// Decodes one UTF-8 sequence at text[i]; returns its code point and advances i,
+// or returns -1 for an invalid, overlong, surrogate or out-of-range sequence.
+std::int32_t DecodeUtf8(std::string_view text, std::size_t& i) {
+  const auto byte = [&](std::size_t k) { return static_cast<std::uint8_t>(text[k]); };
+  const std::uint8_t lead = byte(i);
+  std::size_t extra;
+  std::uint32_t cp;
+  std::uint32_t min;
+  if (lead < 0x80) {
+    ++i;
+    return lead;
+  } else if ((lead & 0xE0) == 0xC0) {
+    extra = 1, cp = lead & 0x1Fu, min = 0x80;
+  } else if ((lead & 0xF0) == 0xE0) {
+    extra = 2, cp = lead & 0x0Fu, min = 0x800;
+  } else if ((lead & 0xF8) == 0xF0) {
+    extra = 3, cp = lead & 0x07u, min = 0x10000;
+  } else {
+    return -1;
+  }
+  if (text.size() - i <= extra) {
+    return -1;
+  }
+  for (std::size_t k = 1; k <= extra; ++k) {
+    const std::uint8_t b = byte(i + k);
+    if ((b & 0xC0) != 0x80) {
+      return -1;
+    }
+    cp = (cp << 6) | (b & 0x3Fu);
+  }
+  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+    return -1;
+  }
+  i += extra + 1;
+  return static_cast<std::int32_t>(cp);
+}
+
+// Builds a newly allocated, terminated UNICODE_STRING (tag index 2, freed with
+// RtlFreeUnicodeString) from UTF-8 text. The runtime's conversions only go the
+// other way; directory entries and resolved paths are the two places that need
+// this one, so it stays private here. Invalid UTF-8 gives STATUS_UNSUCCESSFUL
+// (a name that cannot round-trip is refused rather than repaired), text over
+// 32766 units STATUS_NAME_TOO_LONG, allocation failure STATUS_NO_MEMORY.
+// *out is written only on success.
+[[nodiscard]] NTSTATUS NewUnicodeFromUtf8(std::string_view text, UNICODE_STRING* out) {
+  std::size_t units = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    const std::int32_t cp = DecodeUtf8(text, i);
+    if (cp < 0) {
+      return STATUS_UNSUCCESSFUL;
+    }
+    units += cp >= 0x10000 ? 2 : 1;
+  }
+  if ((units + 1) * 2 > kUnicodeStringMaxBytes) {
+    return STATUS_NAME_TOO_LONG;
+  }
+  PoolBuffer buffer((units + 1) * sizeof(WCHAR), TAG_STRING_BUFFER);
+  if (!buffer) {
+    return STATUS_NO_MEMORY;
+  }
+  WCHAR* dest = buffer.as<WCHAR>();
+  std::size_t n = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto cp = static_cast<std::uint32_t>(DecodeUtf8(text, i));
+    if (cp >= 0x10000) {
+      dest[n++] = static_cast<WCHAR>(0xD800 + ((cp - 0x10000) >> 10));
+      dest[n++] = static_cast<WCHAR>(0xDC00 + ((cp - 0x10000) & 0x3FF));
+    } else {
+      dest[n++] = static_cast<WCHAR>(cp);
+    }
+  }
+  dest[n] = 0;
+  out->Length = static_cast<std::uint16_t>(n * 2);
+  out->MaximumLength = static_cast<std::uint16_t>((n + 1) * 2);
+  out->Buffer = static_cast<WCHAR*>(buffer.release());
+  return STATUS_SUCCESS;
+}
+
+constexpr std::uint64_t FileTimeFromTimespec(const timespec& ts) {
+  // (s * 10^9 + ns) / 100 without the intermediate nanosecond count, which would
+  // overflow for times past 2262.
+  const std::int64_t ticks = static_cast<std::int64_t>(ts.tv_sec) * 10000000 + ts.tv_nsec / 100;
+  return static_cast<std::uint64_t>(ticks) + kUnixEpochAsFileTime;
+}
+static_assert(FileTimeFromTimespec(timespec{0, 0}) == 116444736000000000ull);
+static_assert(FileTimeFromTimespec(timespec{1, 250}) == 116444736000000000ull + 10000002ull);
+
+void ClearName(UNICODE_STRING* name) {
+  if (name != nullptr) {
+    name->Length = 0;
+    name->MaximumLength = 0;
+    name->Buffer = nullptr;
+  }
+}
+
+}  // namespace
+
+// ---- open, close ------------------------------------------------------------
+
+NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access, std::uint32_t options,
+                    FileHandle* out) {
+  // A null out or path is refused before any call, like a bad access value.
+  if (out == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *out = kInvalidFile;
+  if (path == nullptr || access < FILE_ACCESS_READ || access > FILE_ACCESS_READ_WRITE ||
+      (options & ~OPEN_OPTIONS_VALID) != 0) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  if ((options & OPEN_TRUNCATE) != 0 && (access & FILE_ACCESS_WRITE) == 0) {
+    return STATUS_ACCESS_DENIED;
+  }
+
+  struct FlagMap {
+    std::uint32_t option;
+    int flag;
+  };
+  static constexpr FlagMap kFlags[] = {
+      {OPEN_CREATE, O_CREAT},       {OPEN_TRUNCATE, O_TRUNC},       {OPEN_EXCLUSIVE, O_EXCL},
+      {OPEN_NO_FOLLOW, O_NOFOLLOW}, {OPEN_DIRECTORY, O_DIRECTORY},  {OPEN_PATH_ONLY, O_PATH},
+  };
+  int flags = static_cast<int>(access - 1);
+  for (const FlagMap& f : kFlags) {
+    if ((options & f.option) != 0) {
+      flags |= f.flag;
+    }
+  }
+  if ((options & OPEN_INHERITABLE) == 0) {
+    flags |= O_CLOEXEC;
+  }
+
+  // The raw system call: glibc's syscall() reports failure as -1 with errno set;
+  // a raw kernel result of -4095..-1 is accepted as well.
+  const long result = syscall(SYS_openat, directory, path, flags, kCreateMode);
+  int err = 0;
+  if (result == -1) {
+    err = errno;
+  } else if (result < 0 && result >= -4095) {
+    err = static_cast<int>(-result);
+  }
+  if (err != 0 || result < 0) {
+    if (err == ENOENT && (options & OPEN_QUIET_NOT_FOUND) != 0) {
+      return STATUS_OBJECT_NAME_NOT_FOUND;
+    }
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't open file %s: %!ERRNO!", path, err);
+    return StatusFromOpenErrno(err);
+  }
+  const auto fd = static_cast<FileHandle>(result);
+
+  if ((options & OPEN_SEEK_END) != 0 && lseek(fd, 0, SEEK_END) < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't set file offset: %!ERRNO!", errno);
+    (void)close(fd);
+    return STATUS_UNSUCCESSFUL;
+  }
+  *out = fd;
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out) {
+  return OpenFileAt(kCurrentDirectory, path, access, options, out);
+}
+
+NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
+                         FileHandle* out) {
+  Utf8String utf8;
+  const NTSTATUS status = ToUtf8(path, utf8);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", path, status);
+    return status;
+  }
+  return OpenFile(utf8.c_str(), access, options, out);
+}
+
+NTSTATUS CloseFile(FileHandle file) { return close(file) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL; }
+
+// ---- delete -----------------------------------------------------------------
+
+NTSTATUS DeleteFileAt(FileHandle directory, const char* name) {
+  if (name == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  if (unlinkat(directory, name, 0) != 0) {
+    const int err = errno;
+    TraceError(TRACE_COMPONENT_CORE, "Could not delete file '%s': %!ERRNO!", name, err);
+    return StatusFromOpenErrno(err);
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS DeleteFileUnicodeAt(FileHandle directory, const UNICODE_STRING* name) {
+  Utf8String utf8;
+  const NTSTATUS status = ToUtf8(name, utf8);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", name, status);
+    return status;
+  }
+  return DeleteFileAt(directory, utf8.c_str());
+}
+
+NTSTATUS DeleteFileUnicode(const UNICODE_STRING* name) { return DeleteFileUnicodeAt(kCurrentDirectory, name); }
+
+NTSTATUS SafeDeleteFile(const UNICODE_STRING* path) {
+  if (path == nullptr || path->Buffer == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  OwnedUnicodeString expanded;
+  const NTSTATUS expandStatus = ExpandPath(path, expanded.ptr());
+  if (!NT_SUCCESS(expandStatus) || expanded.get().Buffer == nullptr) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't expand path '%wZ': %!STATUS!", path, expandStatus);
+    return STATUS_PATH_NOT_EXPANDED;
+  }
+  // Exact unit-by-unit equality: a relative path, a symbolic link, "." or ".."
+  // components and doubled slashes all make the expansion differ.
+  if (View(expanded.get()) != View(*path)) {
+    TraceError(TRACE_COMPONENT_CORE, "Found non-canonical path during safe delete '%wZ'", path);
+    return STATUS_FILE_INVALID;
+  }
+  const NTSTATUS status = DeleteFileUnicode(path);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not delete '%wZ': %!STATUS!", path, status);
+  }
+  return status;
+}
+
+// ---- length and offset --------------------------------------------------------
+
+NTSTATUS GetFileLength(FileHandle file, std::uint64_t* length) {
+  if (length == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *length = 0;
+  const off_t saved = lseek(file, 0, SEEK_CUR);
+  if (saved < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't get file offset: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  const off_t end = lseek(file, 0, SEEK_END);
+  const int endErr = errno;
+  (void)lseek(file, saved, SEEK_SET);  // always put the position back
+  if (end < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't get file length: %!ERRNO!", endErr);
+    return STATUS_UNSUCCESSFUL;
+  }
+  *length = static_cast<std::uint64_t>(end);
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS GetFileLengthAndAllocation(FileHandle file, std::uint64_t* length, std::uint64_t* allocated) {
+  const NTSTATUS status = GetFileLength(file, length);
+  if (!NT_SUCCESS(status) || allocated == nullptr) {
+    return status;
+  }
+  struct stat st {};
+  if (fstat(file, &st) != 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't get status of file: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  const auto blocks = static_cast<std::uint64_t>(st.st_blocks);
+  const std::uint64_t bytes = blocks * 512u;
+  if (blocks != 0 && bytes / blocks != 512u) {
+    *allocated = 0;
+    // The status value goes in the errno position, as the message has always had it.
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't calculate allocated size - overflow: %!ERRNO!",
+               STATUS_INTEGER_OVERFLOW);
+    return status;
+  }
+  *allocated = bytes;
+  return status;
+}
+
+NTSTATUS SetFileLength(FileHandle file, std::int64_t length) {
+  if (ftruncate(file, static_cast<off_t>(length)) != 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't truncate or extend file: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset) {
+  if (offset == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *offset = 0;
+  const off_t position = lseek(file, 0, SEEK_CUR);
+  if (position < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't get file offset: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  *offset = static_cast<std::uint64_t>(position);
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS SetFileOffset(FileHandle file, std::int64_t offset, std::uint32_t origin) {
+  static constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
+  if (origin > 2) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  if (lseek(file, static_cast<off_t>(offset), kWhence[origin]) < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't set file offset: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  return STATUS_SUCCESS;
+}
+
+// ---- read, write ----------------------------------------------------------------
+
+NTSTATUS ReadFile(FileHandle file, void* buffer, std::uint32_t length, std::uint32_t* count) {
+  if (count == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *count = 0;
+  const ssize_t n = read(file, buffer, length);
+  if (n < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't read from file: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  *count = static_cast<std::uint32_t>(n);
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS ReadFileAtOffset(FileHandle file, void* buffer, std::uint32_t length, std::uint32_t* count,
+                          const std::uint64_t* offset) {
+  if (count == nullptr || offset == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *count = 0;
+  const ssize_t n = pread(file, buffer, length, static_cast<off_t>(*offset));
+  if (n < 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't read from file: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  if (n == 0) {
+    return STATUS_END_OF_FILE;
+  }
+  *count = static_cast<std::uint32_t>(n);
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, std::uint32_t* count) {
+  if (count == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *count = 0;
+  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+  std::uint32_t done = 0;
+  while (done < length) {
+    const ssize_t n = write(file, bytes + done, length - done);
+    // A write that makes no progress would loop for ever; it is taken as an I/O
+    // error like a failed write.
+    if (n <= 0) {
+      const int err = n < 0 ? errno : EIO;
+      TraceError(TRACE_COMPONENT_CORE, "Couldn't write to file: %!ERRNO!", err);
+      return STATUS_UNSUCCESSFUL;
+    }
+    done += static_cast<std::uint32_t>(n);
+  }
+  *count = length;
+  return STATUS_SUCCESS;
+}
+
+// ---- rename, mkdir --------------------------------------------------------------
+
+NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting) {
+  Utf8String targetUtf8;
+  NTSTATUS status = ToUtf8(target, targetUtf8);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", target,
+               status);
+    return status;
+  }
+  Utf8String sourceUtf8;
+  status = ToUtf8(source, sourceUtf8);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert filename '%wZ' to UTF-8: %!STATUS!", source, status);
+    return status;
+  }
+
+  if (!replaceExisting) {
+    // Check-then-rename: not atomic against a concurrent creator of the target;
+    // callers that need atomicity replace instead.
+    struct stat st {};
+    if (stat(targetUtf8.c_str(), &st) == 0) {
+      return STATUS_UNSUCCESSFUL;
+    }
+    if (errno != ENOENT) {
+      TraceError(TRACE_COMPONENT_CORE, "RenameFile: Unexpected error from stat on file '%s': %!ERRNO!",
+                 targetUtf8.c_str(), errno);
+      return STATUS_UNSUCCESSFUL;
+    }
+  }
+  if (std::rename(sourceUtf8.c_str(), targetUtf8.c_str()) != 0) {
+    const int err = errno;
+    TraceError(TRACE_COMPONENT_CORE, "Error renaming file '%s' to '%s;: %!ERRNO!", sourceUtf8.c_str(),
+               targetUtf8.c_str(), err);
+    return StatusFromOpenErrno(err);
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent) {
+  char* text = nullptr;
+  std::size_t length = 0;
+  NTSTATUS status = path == nullptr ? STATUS_INVALID_PARAMETER : TvUnicodeStringToUtf8(&text, &length, path);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode path '%wZ' to UTF-8: %!STATUS!", path, status);
+    return status;
+  }
+  PoolBuffer owner = PoolBuffer::Adopt(text, TAG_UTF8_BUFFER);
+
+  if (trimLastComponent) {
+    // Walk back to the nearest '/' (a trailing slash counts) and end the text
+    // there; nothing may be left empty.
+    std::size_t slash = length;
+    while (slash > 0 && text[slash - 1] != '/') {
+      --slash;
+    }
+    if (slash <= 1) {
+      TraceError(TRACE_COMPONENT_CORE, "Zero-length directory after trimming!");
+      return STATUS_INVALID_PARAMETER;
+    }
+    text[slash - 1] = '\0';
+  }
+  if (mkdir(text, kMkdirMode) != 0 && errno != EEXIST) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not create directory '%s': %!ERRNO!", text, errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  return STATUS_SUCCESS;
+}
+
+// ---- directories ------------------------------------------------------------------
+
+NTSTATUS OpenDirectory(const char* path, DIR** out) {
+  if (out == nullptr) {
+    return STATUS_INVALID_PARAMETER_2;
+  }
+  *out = nullptr;
+  if (path == nullptr) {
+    return STATUS_INVALID_PARAMETER_1;
+  }
+  DIR* directory = opendir(path);
+  if (directory == nullptr) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not open directory '%s': %!ERRNO!", path, errno);
+    return STATUS_INVALID_HANDLE;
+  }
+  *out = directory;
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS OpenDirectoryUnicode(const UNICODE_STRING* path, DIR** out) {
+  if (out == nullptr) {
+    return STATUS_INVALID_PARAMETER_2;
+  }
+  *out = nullptr;
+  if (path == nullptr) {
+    return STATUS_INVALID_PARAMETER_1;
+  }
+  Utf8String utf8;
+  const NTSTATUS status = utf8.Convert(path);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode directory name '%wZ' to UTF-8: %!STATUS!", path,
+               status);
+    return status;
+  }
+  return OpenDirectory(utf8.c_str(), out);
+}
+
+NTSTATUS GetDirectoryFd(DIR* directory, FileHandle* out) {
+  if (out == nullptr) {
+    return STATUS_INVALID_PARAMETER_2;
+  }
+  *out = kInvalidFile;
+  if (directory == nullptr) {
+    return STATUS_INVALID_PARAMETER_1;
+  }
+  const int fd = dirfd(directory);
+  if (fd < 0) {
+    return STATUS_INVALID_HANDLE;
+  }
+  *out = fd;
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS ReadDirectoryEntryMatching(DIR* directory, const UNICODE_STRING* pattern, UNICODE_STRING* name) {
+  if (directory == nullptr) {
+    ClearName(name);
+    return STATUS_INVALID_PARAMETER_1;
+  }
+  if (name == nullptr) {
+    return STATUS_INVALID_PARAMETER_2;
+  }
+  Utf8String patternUtf8;
+  if (pattern != nullptr) {
+    const NTSTATUS status = patternUtf8.Convert(pattern);
+    if (!NT_SUCCESS(status)) {
+      TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode string to UTF-8: %!STATUS!", status);
+      ClearName(name);
+      return status;
+    }
+  }
+
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(directory);
+    if (entry == nullptr) {
+      ClearName(name);
+      const int err = errno;
+      if (err != 0) {
+        // A failing stream ends the walk like its end, but as a failure the
+        // caller can tell apart.
+        TraceError(TRACE_COMPONENT_CORE, "Could not read directory entry: %!ERRNO!", err);
+        return STATUS_UNSUCCESSFUL;
+      }
+      return STATUS_NO_MORE_ENTRIES;
+    }
+    const std::string_view entryName(entry->d_name);
+    if (entryName == "." || entryName == "..") {
+      continue;
+    }
+    if (pattern != nullptr && fnmatch(patternUtf8.c_str(), entry->d_name, 0) != 0) {
+      continue;
+    }
+    const NTSTATUS status = NewUnicodeFromUtf8(entryName, name);
+    if (!NT_SUCCESS(status)) {
+      TraceError(TRACE_COMPONENT_CORE, "Could not convert entry to unicode string '%s': %!STATUS!", entry->d_name,
+                 status);
+      ClearName(name);
+      return status;
+    }
+    return STATUS_SUCCESS;
+  }
+}
+
+NTSTATUS ReadDirectoryEntry(DIR* directory, UNICODE_STRING* name) {
+  return ReadDirectoryEntryMatching(directory, nullptr, name);
+}
+
+NTSTATUS CloseDirectory(DIR* directory) {
+  if (directory == nullptr) {
+    return STATUS_INVALID_PARAMETER_1;
+  }
+  return closedir(directory) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL;
+}
+
+// ---- times ------------------------------------------------------------------------
+
+NTSTATUS GetFileTimes(const char* path, std::uint64_t* accessTime, std::uint64_t* modifyTime,
+                      std::uint64_t* changeTime) {
+  if (path == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  struct stat st {};
+  if (stat(path, &st) != 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't stat file %s: %!ERRNO!", path, errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  if (accessTime != nullptr) {
+    *accessTime = FileTimeFromTimespec(st.st_atim);
+  }
+  if (modifyTime != nullptr) {
+    *modifyTime = FileTimeFromTimespec(st.st_mtim);
+  }
+  if (changeTime != nullptr) {
+    *changeTime = FileTimeFromTimespec(st.st_ctim);
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS GetFileTimesUnicode(const UNICODE_STRING* path, std::uint64_t* accessTime, std::uint64_t* modifyTime,
+                             std::uint64_t* changeTime) {
+  Utf8String utf8;
+  NTSTATUS status = ToUtf8(path, utf8);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", path, status);
+    return status;
+  }
+  status = GetFileTimes(utf8.c_str(), accessTime, modifyTime, changeTime);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not get file times for filename '%wZ': %!STATUS!", path, status);
+  }
+  return status;
+}
+
+// ---- path resolution ------------------------------------------------------------
+
+NTSTATUS ResolvePath(const ANSI_STRING* path, ANSI_STRING* result) {
+  if (result == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  RtlFreeAnsiString(result);
+  *result = ANSI_STRING{0, 0, nullptr};
+  if (path == nullptr || path->Buffer == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+
+  // realpath() wants a terminated string; copy when the descriptor has none.
+  const char* input = path->Buffer;
+  PoolBuffer copy;
+  if (path->Length >= path->MaximumLength || path->Buffer[path->Length] != '\0') {
+    copy = PoolBuffer(std::size_t{path->Length} + 1, TAG_PATH_BUFFER);
+    if (!copy) {
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
+    std::memcpy(copy.get(), path->Buffer, path->Length);
+    copy.as<char>()[path->Length] = '\0';
+    input = copy.as<char>();
+  }
+
+  PoolBuffer buffer(kRealpathBufferSize, TAG_PATH_BUFFER);
+  if (!buffer) {
+    TraceError(TRACE_COMPONENT_TELEMETRY, "Failed to allocate a buffer for realpath");
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  static_assert(kRealpathBufferSize >= PATH_MAX);
+  if (realpath(input, buffer.as<char>()) == nullptr) {
+    TraceError(TRACE_COMPONENT_PATH, "Could not resolve path %s: %!ERRNO!", input, errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  result->Length = static_cast<std::uint16_t>(strnlen(buffer.as<char>(), kRealpathBufferSize));
+  result->MaximumLength = static_cast<std::uint16_t>(kRealpathBufferSize);
+  result->Buffer = static_cast<char*>(buffer.release());
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS ExpandPath(const UNICODE_STRING* path, UNICODE_STRING* result) {
+  if (result == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  RtlFreeUnicodeString(result);
+  ClearName(result);
+  if (path == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  Utf8String utf8;
+  NTSTATUS status = utf8.Convert(path);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_PATH, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", path, status);
+    return status;
+  }
+  ANSI_STRING input;
+  RtlInitAnsiString(&input, utf8.c_str());
+  OwnedAnsiString resolved;
+  status = ResolvePath(&input, resolved.ptr());
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_PATH, "Could not expand path '%s': %!STATUS!", utf8.c_str(), status);
+    return status;
+  }
+  status = NewUnicodeFromUtf8(View(resolved.get()), result);
+  if (!NT_SUCCESS(status) || result->Length == 0) {
+    TraceError(TRACE_COMPONENT_PATH, "Could not convert UTF8 to Unicode path '%s'. %!STATUS!", resolved.get().Buffer,
+               status);
+    RtlFreeUnicodeString(result);
+    ClearName(result);
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  return STATUS_SUCCESS;
+}

@@ -1,0 +1,188 @@
+#include "runtime/pidfile.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "runtime/trace.h"
+
+namespace {
+
+// Writer-side state (constant-initialised, no constructor runs). No lock: the
+// writer operations run at daemon start-up and shutdown only.
+int g_heldFile = -1;
+bool g_pidFileExisted = false;
+const char* g_pidFilePath = kPidFilePath;
+
+// Closes a descriptor, retrying nothing: on Linux the descriptor is gone even
+// when close() reports EINTR.
+void CloseQuietly(int fd) { (void)close(fd); }
+
+}  // namespace
+
+void SetPidFilePathForTesting(const char* path) { g_pidFilePath = path != nullptr ? path : kPidFilePath; }
+
+bool PidFileExisted() { return g_pidFileExisted; }
+
+NTSTATUS TvFormatStringV(char* buffer, std::size_t size, std::size_t* length, const char* format, va_list args) {
+  if (length != nullptr) {
+    *length = 0;
+  }
+  // A zero-sized buffer cannot even hold the terminator; treated as a bad argument.
+  if (buffer == nullptr || size == 0 || format == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  const int written = std::vsnprintf(buffer, size, format, args);
+  if (written < 0) {
+    buffer[0] = '\0';
+    return STATUS_INVALID_PARAMETER;
+  }
+  if (static_cast<std::size_t>(written) >= size) {
+    if (length != nullptr) {
+      *length = size - 1;
+    }
+    return STATUS_BUFFER_OVERFLOW;
+  }
+  if (length != nullptr) {
+    *length = static_cast<std::size_t>(written);
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS TvFormatString(char* buffer, std::size_t size, std::size_t* length, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const NTSTATUS status = TvFormatStringV(buffer, size, length, format, args);
+  va_end(args);
+  return status;
+}
+
+std::int32_t ReadPidFile() {
+  const int fd = open(g_pidFilePath, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    const int err = errno;
+    TraceError(TRACE_COMPONENT_PIDFILE, "Error opening PID file: %!ERRNO!", err);
+    return -err;
+  }
+
+  char text[kPidTextSize + 1] = {};  // one spare byte keeps the text terminated
+  std::size_t total = 0;
+  while (total < kPidTextSize) {
+    const ssize_t n = read(fd, text + total, kPidTextSize - total);
+    if (n == 0) {
+      break;
+    }
+    if (n < 0) {
+      const int err = errno;
+      if (err == EINTR) {
+        continue;
+      }
+      TraceError(TRACE_COMPONENT_PIDFILE, "Error reading PID file: %!ERRNO!", err);
+      CloseQuietly(fd);
+      return -err;
+    }
+    total += static_cast<std::size_t>(n);
+  }
+  CloseQuietly(fd);
+  text[total] = '\0';
+
+  errno = 0;
+  const long value = std::strtol(text, nullptr, 10);
+  const int err = errno;
+  if (err != 0) {
+    TraceError(TRACE_COMPONENT_PIDFILE, "strtol error: %!ERRNO!", err);
+    return -err;
+  }
+  if (value < 1) {
+    TraceError(TRACE_COMPONENT_PIDFILE, "Invalid PID: %ld", value);
+    return -ERANGE;
+  }
+  // At most 14 bytes of text: a value above the 32-bit range is cut like the
+  // original conversion; PIDs never get there (pid_max is at most 2^22).
+  return static_cast<std::int32_t>(value);
+}
+
+NTSTATUS CreatePidFile() {
+  const int fd = open(g_pidFilePath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (fd < 0) {
+    const int err = errno;
+    if (err == EEXIST) {
+      TraceError(TRACE_COMPONENT_PIDFILE, "PID file already exists, not writing: %!ERRNO!", err);
+      return STATUS_ALREADY_EXISTS_PIDFILE;
+    }
+    TraceError(TRACE_COMPONENT_PIDFILE, "Error creating PID file: %!ERRNO!", err);
+    return STATUS_UNSUCCESSFUL;
+  }
+
+  if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    TraceError(TRACE_COMPONENT_PIDFILE, "PID file cannot be locked: %!ERRNO!", errno);
+    CloseQuietly(fd);
+    return STATUS_LOCK_NOT_GRANTED;
+  }
+
+  char text[kPidTextSize];
+  std::size_t length = 0;
+  const NTSTATUS status = TvFormatString(text, sizeof(text), &length, "%d\n", static_cast<int>(getpid()));
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_PIDFILE, "Error converting PID: %!STATUS!", status);
+    (void)unlink(g_pidFilePath);
+    CloseQuietly(fd);
+    return status;
+  }
+
+  std::size_t done = 0;
+  while (done < length) {
+    const ssize_t n = write(fd, text + done, length - done);
+    if (n < 0) {
+      const int err = errno;
+      if (err == EINTR) {
+        continue;
+      }
+      TraceError(TRACE_COMPONENT_PIDFILE, "Error writing PID file: %!ERRNO!", err);
+      // The lock stays held: this daemon still owns the (incomplete) file.
+      g_heldFile = fd;
+      return STATUS_UNSUCCESSFUL;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+  g_heldFile = fd;
+  return status;
+}
+
+void RemovePidFile() {
+  if (g_heldFile != -1) {
+    CloseQuietly(g_heldFile);
+    g_heldFile = -1;
+  }
+  if (unlink(g_pidFilePath) != 0) {
+    const int err = errno;
+    if (err == ENOENT) {
+      TraceError(TRACE_COMPONENT_PIDFILE, "PID file doesn't exist, not removing");
+    } else {
+      TraceError(TRACE_COMPONENT_PIDFILE, "failed to remove PID file: %!ERRNO!", err);
+    }
+  }
+}
+
+NTSTATUS AcquirePidFile() {
+  const int fd = open(g_pidFilePath, O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    g_pidFileExisted = false;
+    return CreatePidFile();
+  }
+  if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    // A live daemon holds the lock: leave its file alone.
+    CloseQuietly(fd);
+    g_pidFileExisted = true;
+    return STATUS_UNSUCCESSFUL;
+  }
+  // Stale: nobody holds the lock. Closing drops the lock we just took.
+  CloseQuietly(fd);
+  g_pidFileExisted = true;
+  RemovePidFile();
+  return CreatePidFile();
+}

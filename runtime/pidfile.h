@@ -1,0 +1,54 @@
+// The sensor daemon's PID file: its process ID in decimal ("%d\n"), created 0600
+// and held open under flock(LOCK_EX) by the owning daemon for its lifetime, so a
+// file whose lock can be taken is stale. The configuration tool only reads it
+// (ReadPidFile); the writer side (CreatePidFile, AcquirePidFile, RemovePidFile)
+// belongs to the daemon. Every log line uses component 6. The writer keeps
+// process-wide state (the held descriptor and the previous-instance flag) without
+// any lock: call it from start-up and shutdown only.
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+
+#include "runtime/status.h"
+
+inline constexpr char kPidFilePath[] = "/var/run/vantor-sensor.pid";
+// The formatted PID plus its terminator must fit in this many bytes.
+inline constexpr std::size_t kPidTextSize = 14;
+
+// Returns the PID (> 0) found in the PID file, or a negative errno value: -errno
+// when the file cannot be opened or read, the strtol errno negated, or -ERANGE
+// (-34) for a number below 1. Takes no lock and never modifies the file.
+[[nodiscard]] std::int32_t ReadPidFile();
+
+// Creates the file exclusively (STATUS_ALREADY_EXISTS_PIDFILE when it exists),
+// locks it (STATUS_LOCK_NOT_GRANTED, file left on disk) and writes getpid(). On
+// success, and also after a failed write, the descriptor is kept as the held
+// descriptor until RemovePidFile.
+[[nodiscard]] NTSTATUS CreatePidFile();
+
+// Closes the held descriptor (dropping the lock) and unlinks the file; failures
+// are only logged.
+void RemovePidFile();
+
+// The daemon's start-up entry. No file: CreatePidFile. A file whose lock is held
+// by a live daemon: STATUS_UNSUCCESSFUL, file untouched. A stale file: removed,
+// then CreatePidFile. Sets the flag PidFileExisted reports.
+[[nodiscard]] NTSTATUS AcquirePidFile();
+
+// Whether the last AcquirePidFile found a PID file already present.
+[[nodiscard]] bool PidFileExisted();
+
+// Bounded formatter: vsnprintf into buffer (size bytes). A negative result gives
+// STATUS_INVALID_PARAMETER and *length 0; a result that does not fit gives
+// STATUS_BUFFER_OVERFLOW (a failure) and *length size - 1 (the text is cut);
+// otherwise STATUS_SUCCESS and the length written. length may be null.
+[[nodiscard]] NTSTATUS TvFormatStringV(char* buffer, std::size_t size, std::size_t* length, const char* format,
+                                       va_list args);
+[[nodiscard]] NTSTATUS TvFormatString(char* buffer, std::size_t size, std::size_t* length, const char* format, ...)
+    __attribute__((format(printf, 4, 5)));
+
+// Points every operation above at another path (tests only; the string must
+// outlive its use). Null restores kPidFilePath.
+void SetPidFilePathForTesting(const char* path);
