@@ -3,20 +3,16 @@
 #include <signal.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 
 #include "options/value_print.h"
 #include "runtime/pidfile.h"
 
-namespace {
-// The daemon's PID file, as named in the message; ReadPidFile reads this path.
-constexpr const char* kSensorPidFile = "/var/run/vantor-sensor.pid";
-}  // namespace
-
 void SignalSensorReload() {
-  const int pid = ReadPidFile();
+  const std::int32_t pid = ReadPidFile();
   if (pid < 0) {
-    PrintDiagnostic("Failed to get vantor PID from PID file %s: %s\n", kSensorPidFile, std::strerror(-pid));
+    PrintDiagnostic("Failed to get vantor PID from PID file %s: %s\n", kPidFilePath, std::strerror(-pid));
     return;
   }
   if (kill(pid, SIGHUP) != 0) {

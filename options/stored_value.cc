@@ -1,0 +1,85 @@
+#include "options/stored_value.h"
+
+#include <array>
+#include <cstring>
+
+#include "options/value_print.h"
+#include "store/simple_store.h"
+
+namespace {
+
+template <std::size_t N>
+std::uint64_t DecodeLittleEndian(const std::array<std::uint8_t, N>& bytes) {
+  std::uint64_t value = 0;
+  for (std::size_t i = N; i-- > 0;) {
+    value = value << 8 | bytes[i];
+  }
+  return value;
+}
+
+template <std::size_t N>
+std::array<std::uint8_t, N> EncodeLittleEndian(std::uint64_t value) {
+  std::array<std::uint8_t, N> bytes{};
+  for (std::size_t i = 0; i < N; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
+  }
+  return bytes;
+}
+
+template <std::size_t N>
+NTSTATUS ReadFixed(const UNICODE_STRING* name, std::uint64_t* value) {
+  std::array<std::uint8_t, N> bytes{};
+  std::uint32_t size = N;
+  const NTSTATUS status = GetSimpleStoreValue(name, bytes.data(), &size);
+  if (NT_SUCCESS(status)) {
+    *value = DecodeLittleEndian(bytes);
+  }
+  return status;
+}
+
+template <std::size_t N>
+NTSTATUS WriteFixed(const UNICODE_STRING* name, std::uint64_t value) {
+  const auto bytes = EncodeLittleEndian<N>(value);
+  return SetSimpleStoreValue(name, bytes.data(), N);
+}
+
+}  // namespace
+
+NTSTATUS ReadU32Value(const UNICODE_STRING* name, std::uint32_t* value) {
+  std::uint64_t wide = 0;
+  const NTSTATUS status = ReadFixed<4>(name, &wide);
+  if (NT_SUCCESS(status)) {
+    *value = static_cast<std::uint32_t>(wide);
+  }
+  return status;
+}
+
+NTSTATUS WriteU32Value(const UNICODE_STRING* name, std::uint32_t value) { return WriteFixed<4>(name, value); }
+
+NTSTATUS ReadU64Value(const UNICODE_STRING* name, std::uint64_t* value) { return ReadFixed<8>(name, value); }
+
+NTSTATUS WriteU64Value(const UNICODE_STRING* name, std::uint64_t value) { return WriteFixed<8>(name, value); }
+
+NTSTATUS ReadTextValue(const UNICODE_STRING* name, std::span<char> buffer) {
+  std::uint32_t size = static_cast<std::uint32_t>(buffer.size() - 1);
+  const NTSTATUS status = GetSimpleStoreValue(name, buffer.data(), &size);
+  buffer[NT_SUCCESS(status) ? size : 0] = '\0';
+  return status;
+}
+
+NTSTATUS WriteTextValue(const UNICODE_STRING* name, const char* text) {
+  return SetSimpleStoreValue(name, text, static_cast<std::uint32_t>(std::strlen(text)));
+}
+
+NTSTATUS DeleteSettingValue(OptionContext* context, const UNICODE_STRING* name, const char* option,
+                            const char* failureMessage) {
+  const NTSTATUS status = DeleteSimpleStoreValue(name);
+  if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
+    PrintDiagnostic("%s", failureMessage);
+    return status;
+  }
+  if (context->verbose) {
+    PrintNotSet(context, option);
+  }
+  return STATUS_SUCCESS;
+}
