@@ -1,7 +1,270 @@
-#include "options/handlers.h"
-
+// --feature (AFLAGS) and --metadata-query (IMQF): 32-bit flag sets given as a
+// comma-separated list of switch words and printed back as words plus a
+// hexadecimal mask.
+//
+// Both options run through one parser and one get path, driven by a FlagOption
+// row (word table, stored value name, mask printer). What differs stays in the
+// two handlers: where the value is copied for splitting, the text for an unset
+// value, and whether --update signals the sensor.
+//
+// Only -s and -g reach these handlers (the option table refuses -d); any mode
+// other than set is served as a get.
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <span>
+#include <string_view>
 
-// PLACEHOLDER: replaced by the real handlers of this unit.
-NTSTATUS HandleFeature(OptionContext*, const char*) { std::fputs("not implemented yet\n", stderr); return STATUS_UNSUCCESSFUL; }
-NTSTATUS HandleMetadataQuery(OptionContext*, const char*) { std::fputs("not implemented yet\n", stderr); return STATUS_UNSUCCESSFUL; }
+#include "options/handlers.h"
+#include "options/reload.h"
+#include "options/stored_value.h"
+#include "options/value_names.h"
+#include "options/value_print.h"
+#include "runtime/pool.h"
+
+namespace {
+
+// A list longer than this is refused before it is parsed; the metadata-query
+// copy buffer holds exactly this much plus the terminator.
+constexpr std::size_t kMaxListLength = 255;
+
+enum class WordAction : std::uint8_t { SetBits, ClearBits, ClearAll };
+
+struct SwitchWord {
+  std::string_view word;
+  WordAction action;
+  std::uint32_t bits;
+};
+
+// Input words only: disableOsfm and emulateUpdate are shown, never accepted.
+constexpr SwitchWord kFeatureWords[] = {
+    {"enableLog", WordAction::SetBits, 0x1},
+    {"disableLogBuffer", WordAction::SetBits, 0x2},
+    {"none", WordAction::ClearAll, 0},
+};
+
+constexpr SwitchWord kMetadataQueryWords[] = {
+    {"disableAWS", WordAction::SetBits, 0x1},   {"enableAWS", WordAction::ClearBits, 0x1},
+    {"disableAzure", WordAction::SetBits, 0x2}, {"enableAzure", WordAction::ClearBits, 0x2},
+    {"disableGCP", WordAction::SetBits, 0x4},   {"enableGCP", WordAction::ClearBits, 0x4},
+    {"disableOCI", WordAction::SetBits, 0x8},   {"enableOCI", WordAction::ClearBits, 0x8},
+    {"disable", WordAction::SetBits, 0xF},      {"enable", WordAction::ClearBits, 0xF},
+};
+
+struct NamedBit {
+  std::uint32_t bit;
+  const char* word;
+};
+
+// Output order of the feature words.
+constexpr NamedBit kFeatureNames[] = {
+    {0x1, "enableLog"},
+    {0x2, "disableLogBuffer"},
+    {0x10000, "disableOsfm"},
+    {0x20000, "emulateUpdate"},
+};
+
+struct Provider {
+  std::uint32_t bit;
+  const char* disableWord;
+  const char* enableWord;
+};
+
+constexpr Provider kProviders[] = {
+    {0x1, "disableAWS", "enableAWS"},
+    {0x2, "disableAzure", "enableAzure"},
+    {0x4, "disableGCP", "enableGCP"},
+    {0x8, "disableOCI", "enableOCI"},
+};
+constexpr std::uint32_t kAllProviders = 0xF;
+
+// Longest word text of either printer: four words and three commas.
+constexpr std::size_t kWordTextSize = 64;
+
+// Appends `word` to the comma-joined text in `out` (capacity kWordTextSize).
+void AppendWord(char* out, std::size_t* length, const char* word) {
+  const std::size_t wordLength = std::strlen(word);
+  const std::size_t separator = *length != 0 ? 1 : 0;
+  if (*length + separator + wordLength >= kWordTextSize) {
+    return;  // cannot happen with the tables above
+  }
+  if (separator != 0) {
+    out[(*length)++] = ',';
+  }
+  std::memcpy(out + *length, word, wordLength);
+  *length += wordLength;
+  out[*length] = '\0';
+}
+
+void FormatFeatureWords(std::uint32_t mask, char* out) {
+  std::size_t length = 0;
+  out[0] = '\0';
+  for (const NamedBit& named : kFeatureNames) {
+    if ((mask & named.bit) != 0) {
+      AppendWord(out, &length, named.word);
+    }
+  }
+}
+
+void FormatMetadataQueryWords(std::uint32_t mask, char* out) {
+  std::size_t length = 0;
+  out[0] = '\0';
+  if (mask == 0) {
+    AppendWord(out, &length, "enable");
+    return;
+  }
+  if (mask == kAllProviders) {
+    AppendWord(out, &length, "disable");
+    return;
+  }
+  // Bits above 0xF leave the words alone; they show only in the hex mask.
+  for (const Provider& provider : kProviders) {
+    AppendWord(out, &length, (mask & provider.bit) != 0 ? provider.disableWord : provider.enableWord);
+  }
+}
+
+struct FlagOption {
+  const char* name;  // the option's name, as in every message
+  const UNICODE_STRING* valueName;
+  std::span<const SwitchWord> words;
+  void (*formatWords)(std::uint32_t mask, char* out);  // out: kWordTextSize bytes
+};
+
+constexpr FlagOption kFeature{"feature", &value_names::kFeatureFlags, kFeatureWords, FormatFeatureWords};
+constexpr FlagOption kMetadataQuery{"metadata-query", &value_names::kMetadataQueryFlags, kMetadataQueryWords,
+                                    FormatMetadataQueryWords};
+
+void PrintMask(OptionContext* context, const FlagOption& option, std::uint32_t mask) {
+  char words[kWordTextSize];
+  option.formatWords(mask, words);
+  PrintValue(context, "%s=%s (hex bitmask: %x)", option.name, words, mask);
+}
+
+// Refuses a list over kMaxListLength bytes (measured no further than one past
+// it). Returns STATUS_SUCCESS or STATUS_INVALID_PARAMETER after the message.
+NTSTATUS CheckListLength(const FlagOption& option, const char* value) {
+  if (strnlen(value, kMaxListLength + 1) > kMaxListLength) {
+    PrintDiagnostic("\"%s\" is not a valid value for --%s\n", value, option.name);
+    return STATUS_INVALID_PARAMETER;
+  }
+  return STATUS_SUCCESS;
+}
+
+// Splits `list` in place at every "," and applies the words left to right to a
+// mask that starts at 0. An empty piece is an unknown word. Returns the first
+// unknown word (pointing into `list`), or null with *mask set.
+const char* ParseSwitchList(std::span<const SwitchWord> words, char* list, std::uint32_t* mask) {
+  std::uint32_t result = 0;
+  char* piece = list;
+  for (;;) {
+    char* const comma = std::strchr(piece, ',');
+    if (comma != nullptr) {
+      *comma = '\0';
+    }
+    const std::string_view word(piece);
+    const SwitchWord* match = nullptr;
+    for (const SwitchWord& candidate : words) {
+      if (candidate.word == word) {
+        match = &candidate;
+        break;
+      }
+    }
+    if (match == nullptr) {
+      return piece;
+    }
+    switch (match->action) {
+      case WordAction::SetBits:
+        result |= match->bits;
+        break;
+      case WordAction::ClearBits:
+        result &= ~match->bits;
+        break;
+      case WordAction::ClearAll:
+        result = 0;
+        break;
+    }
+    if (comma == nullptr) {
+      break;
+    }
+    piece = comma + 1;
+  }
+  *mask = result;
+  return nullptr;
+}
+
+// Set mode after the length check: `copy` is the caller's writable copy of
+// `value`, consumed by the split. Parses, writes the mask, signals the sensor
+// when `signal` is true and --update was given, and prints with -v.
+// STATUS_SUCCESS; STATUS_UNSUCCESSFUL for an unknown word; the store's status.
+NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const char* value, char* copy,
+                         bool signal) {
+  std::uint32_t mask = 0;
+  if (const char* unknown = ParseSwitchList(option.words, copy, &mask); unknown != nullptr) {
+    PrintDiagnostic("not a valid %s switch: %s\n", option.name, unknown);
+    return STATUS_UNSUCCESSFUL;
+  }
+  const NTSTATUS status = WriteU32Value(option.valueName, mask);
+  if (!NT_SUCCESS(status)) {
+    PrintDiagnostic("Could not write %s \"%s\" to config\n", option.name, value);
+    return status;
+  }
+  if (signal && UpdateRequested()) {
+    // The signal's own outcome does not change this handler's result.
+    SignalSensorReload();
+  }
+  if (context->verbose) {
+    PrintMask(context, option, mask);
+  }
+  return STATUS_SUCCESS;
+}
+
+// Get mode. `notSet` prints the option's own text for an absent value.
+// STATUS_SUCCESS or the store's status after the read-failure message.
+NTSTATUS ShowMask(OptionContext* context, const FlagOption& option, void (*notSet)(OptionContext*)) {
+  std::uint32_t mask = 0;
+  const NTSTATUS status = ReadU32Value(option.valueName, &mask);
+  if (status == STATUS_NOT_FOUND) {
+    notSet(context);
+    return STATUS_SUCCESS;
+  }
+  if (!NT_SUCCESS(status)) {
+    PrintDiagnostic("Could not get %s from config file %x\n", option.name, static_cast<unsigned>(status));
+    return status;
+  }
+  PrintMask(context, option, mask);
+  return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+NTSTATUS HandleFeature(OptionContext* context, const char* value) {
+  if (!context->set) {
+    return ShowMask(context, kFeature, [](OptionContext* c) { PrintNotSet(c, kFeature.name); });
+  }
+  if (const NTSTATUS status = CheckListLength(kFeature, value); !NT_SUCCESS(status)) {
+    return status;
+  }
+  // The split works on a heap copy, freed by its owner on every path.
+  const std::size_t size = std::strlen(value) + 1;
+  PoolBuffer copy(size, TAG_TOOL);
+  if (!copy) {
+    PrintDiagnostic("Out of Memory, giving up\n");
+    return STATUS_NO_MEMORY;
+  }
+  std::memcpy(copy.get(), value, size);
+  return ApplySwitchList(context, kFeature, value, copy.as<char>(), /*signal=*/true);
+}
+
+NTSTATUS HandleMetadataQuery(OptionContext* context, const char* value) {
+  if (!context->set) {
+    return ShowMask(context, kMetadataQuery,
+                    [](OptionContext* c) { PrintValue(c, "%s=enable (unset default)", kMetadataQuery.name); });
+  }
+  if (const NTSTATUS status = CheckListLength(kMetadataQuery, value); !NT_SUCCESS(status)) {
+    return status;
+  }
+  char copy[kMaxListLength + 1];
+  std::memcpy(copy, value, std::strlen(value) + 1);  // at most 256 bytes after the length check
+  // The metadata-query flags are read by the sensor at its next start; no signal.
+  return ApplySwitchList(context, kMetadataQuery, value, copy, /*signal=*/false);
+}

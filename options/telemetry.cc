@@ -1,8 +1,249 @@
-#include "options/handlers.h"
+// --logcounters, --loginterval and --logduration: the sensor's telemetry file
+// logging (LogCounters, LogInterval, LogDuration, all u32 little-endian).
+//
+// Choices made here:
+// - `-d --logcounters` deletes LogCounters. A missing value counts as success
+//   and -v prints "logcounters is not set", as for every other unprotected
+//   setting; a failure prints "Could not delete log counters from config
+//   file\n". Nothing is signalled: --update is a set-mode option.
+// - Durations are bounded like intervals: duration x 1000 must fit 32 bits
+//   (at most 4294967 seconds). The sensor counts both in milliseconds, and an
+//   interval can never exceed that bound either, so both settings share one
+//   range. The refusal reads "\"%u\": Invalid %slog duration value, int overflow
+//   detected\n", with "stored " when an interval is being set and the stored
+//   duration is the one at fault.
+#include "options/telemetry.h"
 
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
-// PLACEHOLDER: replaced by the real handlers of this unit.
-NTSTATUS HandleLogCounters(OptionContext*, const char*) { std::fputs("not implemented yet\n", stderr); return STATUS_UNSUCCESSFUL; }
-NTSTATUS HandleLogInterval(OptionContext*, const char*) { std::fputs("not implemented yet\n", stderr); return STATUS_UNSUCCESSFUL; }
-NTSTATUS HandleLogDuration(OptionContext*, const char*) { std::fputs("not implemented yet\n", stderr); return STATUS_UNSUCCESSFUL; }
+#include "options/handlers.h"
+#include "options/reload.h"
+#include "options/stored_value.h"
+#include "options/switch_value.h"
+#include "options/value_names.h"
+#include "options/value_print.h"
+#include "runtime/trace.h"
+#include "store/simple_store.h"
+
+namespace {
+
+struct LogSetting {
+  const char* word;  // fills the %s of every message
+  const UNICODE_STRING* valueName;
+  std::uint32_t defaultSeconds;
+};
+
+constexpr LogSetting kLogSettings[] = {
+    {"interval", &value_names::kLogInterval, kLogIntervalDefaultSeconds},
+    {"duration", &value_names::kLogDuration, kLogDurationDefaultSeconds},
+};
+
+constexpr const LogSetting& SettingOf(LogSettingKind kind) { return kLogSettings[static_cast<std::uint32_t>(kind)]; }
+
+// Largest accepted value text (4294967295 is refused as well).
+constexpr unsigned long kMaxLogValue = 4294967294UL;
+
+constexpr bool FitsInMilliseconds(std::uint32_t seconds) {
+  return static_cast<std::uint64_t>(seconds) * 1000 <= 0xFFFFFFFFULL;
+}
+
+void PrintDefault(OptionContext* context, const LogSetting& setting) {
+  PrintValue(context, "log %s is not set. Default value is %lu seconds", setting.word,
+             static_cast<unsigned long>(setting.defaultSeconds));
+}
+
+NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* value) {
+  const LogSetting& setting = SettingOf(kind);
+  errno = 0;
+  const unsigned long parsed = std::strtoul(value, nullptr, 10);
+  if (parsed == 0 || errno == ERANGE || parsed > kMaxLogValue) {
+    PrintDiagnostic("\"%s\" is not a valid value for --log%s\n", value, setting.word);
+    return STATUS_INVALID_PARAMETER;
+  }
+  const auto seconds = static_cast<std::uint32_t>(parsed);
+
+  LogSettingReason reason = LogSettingReason::None;
+  NTSTATUS status = CheckLogSetting(kind, seconds, &reason);
+  if (!NT_SUCCESS(status)) {
+    const bool settingDuration = kind == LogSettingKind::Duration;
+    switch (reason) {
+      case LogSettingReason::BelowMinimum:
+        PrintDiagnostic("\"%u\": Invalid log %s value, minimum supported value is %lu seconds\n", seconds,
+                        setting.word, static_cast<unsigned long>(kLogSettingMinimumSeconds));
+        break;
+      case LogSettingReason::DurationShorterThanInterval:
+        PrintDiagnostic("\"%u\": Invalid log %s value, log duration should be greater then log interval\n", seconds,
+                        setting.word);
+        break;
+      case LogSettingReason::IntervalOverflow:
+        PrintDiagnostic("\"%u\": Invalid %slog interval value, int overflow detected\n", seconds,
+                        settingDuration ? "stored " : "");
+        break;
+      case LogSettingReason::DurationOverflow:
+        PrintDiagnostic("\"%u\": Invalid %slog duration value, int overflow detected\n", seconds,
+                        settingDuration ? "" : "stored ");
+        break;
+      case LogSettingReason::ReadFailure:
+      case LogSettingReason::None:
+        PrintDiagnostic("Unexpected error occurred. Status:0x%X\n", static_cast<unsigned>(status));
+        break;
+    }
+    return status;
+  }
+
+  status = WriteU32Value(setting.valueName, seconds);
+  if (!NT_SUCCESS(status)) {
+    PrintDiagnostic("Could not write log %s value \"%s\" to config. Status:0x%X\n", setting.word, value,
+                    static_cast<unsigned>(status));
+    return status;
+  }
+  if (context->verbose) {
+    PrintValue(context, "log %s=%u seconds", setting.word, seconds);
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
+  const LogSetting& setting = SettingOf(kind);
+  std::uint32_t seconds = 0;
+  const NTSTATUS status = ReadU32Value(setting.valueName, &seconds);
+  if (status == STATUS_NOT_FOUND) {
+    PrintDefault(context, setting);
+    return STATUS_SUCCESS;
+  }
+  if (!NT_SUCCESS(status)) {
+    PrintDiagnostic("Could not read log %s from config file. Status:0x%X\n", setting.word,
+                    static_cast<unsigned>(status));
+    return status;
+  }
+  PrintValue(context, "log %s=%u seconds", setting.word, seconds);
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS DeleteLogSetting(OptionContext* context, LogSettingKind kind) {
+  const LogSetting& setting = SettingOf(kind);
+  const NTSTATUS status = DeleteSimpleStoreValue(setting.valueName);
+  if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
+    PrintDiagnostic("Could not delete log %s value from config file. Status:0x%X\n", setting.word,
+                    static_cast<unsigned>(status));
+    return status;
+  }
+  if (context->verbose) {
+    PrintDefault(context, setting);
+  }
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS HandleLogSetting(OptionContext* context, const char* value, LogSettingKind kind) {
+  if (context->set) {
+    return SetLogSetting(context, kind, value);
+  }
+  if (context->del) {
+    return DeleteLogSetting(context, kind);
+  }
+  return ShowLogSetting(context, kind);
+}
+
+constexpr char kLogCounters[] = "logcounters";
+
+NTSTATUS PrintLogCounters(OptionContext* context, std::uint32_t enabled) {
+  if (enabled > 1) {
+    PrintDiagnostic("Unknown log counters value!\n");
+    return STATUS_UNSUCCESSFUL;
+  }
+  PrintValue(context, "%s=%s", kLogCounters, enabled != 0 ? "true" : "false");
+  return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason) {
+  *reason = LogSettingReason::None;
+  std::uint32_t interval = value;
+  std::uint32_t duration = value;
+  bool intervalStored = true;
+  if (kind == LogSettingKind::Interval) {
+    const NTSTATUS status = ReadU32Value(&value_names::kLogDuration, &duration);
+    if (status == STATUS_NOT_FOUND) {
+      duration = kLogDurationDefaultSeconds;
+    } else if (!NT_SUCCESS(status)) {
+      TraceError(TRACE_COMPONENT_TELEMETRY, "Failed to read log duration from simple store: %!STATUS!", status);
+      *reason = LogSettingReason::ReadFailure;
+      return status;
+    }
+  } else {
+    const NTSTATUS status = ReadU32Value(&value_names::kLogInterval, &interval);
+    if (status == STATUS_NOT_FOUND) {
+      interval = kLogIntervalDefaultSeconds;
+      intervalStored = false;
+    } else if (!NT_SUCCESS(status)) {
+      TraceError(TRACE_COMPONENT_TELEMETRY, "Failed to read log interval from simple store: %!STATUS!", status);
+      *reason = LogSettingReason::ReadFailure;
+      return status;
+    }
+  }
+
+  if (intervalStored && !FitsInMilliseconds(interval)) {
+    *reason = LogSettingReason::IntervalOverflow;
+  } else if (!FitsInMilliseconds(duration)) {
+    *reason = LogSettingReason::DurationOverflow;
+  } else if (intervalStored && interval < kLogSettingMinimumSeconds) {
+    *reason = LogSettingReason::BelowMinimum;
+  } else if (duration < kLogSettingMinimumSeconds) {
+    *reason = LogSettingReason::BelowMinimum;
+  } else if (duration < interval) {
+    TraceError(TRACE_COMPONENT_TELEMETRY, "logduration < default loginterval %!STATUS!", STATUS_SUCCESS);
+    *reason = LogSettingReason::DurationShorterThanInterval;
+  }
+  return *reason == LogSettingReason::None ? STATUS_SUCCESS : STATUS_INVALID_PARAMETER;
+}
+
+NTSTATUS HandleLogInterval(OptionContext* context, const char* value) {
+  return HandleLogSetting(context, value, LogSettingKind::Interval);
+}
+
+NTSTATUS HandleLogDuration(OptionContext* context, const char* value) {
+  return HandleLogSetting(context, value, LogSettingKind::Duration);
+}
+
+NTSTATUS HandleLogCounters(OptionContext* context, const char* value) {
+  if (context->set) {
+    std::uint32_t enabled = 0;
+    if (!ParseSwitchValue(value, &enabled)) {
+      PrintDiagnostic("\"%s\" is not a valid value for --logcounters\n", value);
+      return STATUS_INVALID_PARAMETER;
+    }
+    const NTSTATUS status = WriteU32Value(&value_names::kLogCounters, enabled);
+    if (!NT_SUCCESS(status)) {
+      PrintDiagnostic("Could not write log counters \"%s\" to config file\n", value);
+      return status;
+    }
+    if (enabled == 1) {
+      // Printed whatever the verbosity; not a counted result.
+      std::fputs(
+          "Logcounters Enabled.\nREMINDER: Run 'vantorctl -s --logcounters=false' to turn off telemetry logging, \n"
+          "          when you are done collecting telemetry data.\n",
+          stdout);
+    }
+    if (UpdateRequested()) {
+      SignalSensorReload();  // its outcome does not change this handler's result
+    }
+    return context->verbose ? PrintLogCounters(context, enabled) : STATUS_SUCCESS;
+  }
+
+  if (context->del) {
+    return DeleteSettingValue(context, &value_names::kLogCounters, kLogCounters,
+                              "Could not delete log counters from config file\n");
+  }
+
+  std::uint32_t enabled = 0;
+  const NTSTATUS status = ReadU32Value(&value_names::kLogCounters, &enabled);
+  if (!NT_SUCCESS(status)) {
+    PrintDiagnostic("Failed to read log settings from config. Status: 0x%X\n", static_cast<unsigned>(status));
+    return status;
+  }
+  return PrintLogCounters(context, enabled);
+}

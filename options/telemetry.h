@@ -1,0 +1,37 @@
+// Telemetry logging settings shared with the sensor's telemetry code: the check
+// that keeps a log interval and a log duration consistent with each other.
+#pragma once
+
+#include <cstdint>
+
+#include "runtime/status.h"
+
+// Which of the two settings is being proposed; the other one is read from the
+// configuration store.
+enum class LogSettingKind : std::uint32_t {
+  Interval = 0,  // LogInterval, default 60 seconds
+  Duration = 1,  // LogDuration, default 3600 seconds
+};
+
+// Why CheckLogSetting refused a value.
+enum class LogSettingReason : std::uint32_t {
+  None = 0,
+  BelowMinimum,                 // interval or duration under 5 seconds
+  DurationShorterThanInterval,  // duration < interval (equal passes)
+  IntervalOverflow,             // interval x 1000 does not fit 32 bits
+  DurationOverflow,             // duration x 1000 does not fit 32 bits
+  ReadFailure,                  // the other stored value could not be read
+};
+
+inline constexpr std::uint32_t kLogSettingMinimumSeconds = 5;
+inline constexpr std::uint32_t kLogIntervalDefaultSeconds = 60;
+inline constexpr std::uint32_t kLogDurationDefaultSeconds = 3600;
+
+// Checks `value` proposed for `kind` against the other stored value (its default
+// when not stored). Checks, first failure decides: interval overflow (skipped
+// when the interval is the default), duration overflow, interval minimum (skipped
+// likewise), duration minimum, duration >= interval.
+// Returns STATUS_SUCCESS with *reason None; STATUS_INVALID_PARAMETER with the
+// reason; or the store's read status with ReadFailure (logged, component 1).
+// Holds no lock across the call beyond the store's own.
+[[nodiscard]] NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason);
