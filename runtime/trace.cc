@@ -1,0 +1,132 @@
+// The trace state, the gate and the writer.
+//
+// Locking: the log descriptor and path are read under the shared side of
+// gTrace.lock and replaced or closed only under its exclusive side, so a line
+// is never written to a descriptor that is being closed. The lock is
+// statically initialised (constant initialisation, no constructor runs) and
+// never destroyed: a trace call may come before the log is opened or after it
+// was closed from any thread, and a lock that is created by the opener and
+// destroyed by the closer could be used uninitialised or after destruction.
+// Level and filter are atomics read without the lock.
+#include <fcntl.h>
+#include <pthread.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "runtime/trace.h"
+
+namespace {
+
+constexpr std::uint32_t kNoComponentFilter = 0xFFFFFFFFu;
+// With the current level at this value the component filter is not applied.
+constexpr std::uint32_t kLevelIgnoringFilter = 1;
+constexpr std::size_t kLogPathSize = 4096;
+
+struct TraceState {
+  std::atomic<std::uint32_t> level{TRACE_LEVEL_ERROR};
+  std::atomic<std::uint32_t> componentFilter{kNoComponentFilter};
+  pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
+  int fd = -1;                          // guarded by lock
+  char path[kLogPathSize + 1] = {};     // guarded by lock; empty when no log is open
+  std::atomic<bool> exitHandlerRegistered{false};
+};
+
+constinit TraceState gTrace;
+
+// Holds one side of the log lock for a scope.
+class LogLockGuard {
+ public:
+  enum class Side { Shared, Exclusive };
+  explicit LogLockGuard(Side side) {
+    if (side == Side::Shared) {
+      (void)pthread_rwlock_rdlock(&gTrace.lock);
+    } else {
+      (void)pthread_rwlock_wrlock(&gTrace.lock);
+    }
+  }
+  ~LogLockGuard() { (void)pthread_rwlock_unlock(&gTrace.lock); }
+  LogLockGuard(const LogLockGuard&) = delete;
+  LogLockGuard& operator=(const LogLockGuard&) = delete;
+};
+
+bool PassesGate(std::uint32_t level, std::uint32_t component) {
+  const std::uint32_t current = gTrace.level.load(std::memory_order_relaxed);
+  const std::uint32_t filter = gTrace.componentFilter.load(std::memory_order_relaxed);
+  if (current != kLevelIgnoringFilter && filter != kNoComponentFilter && filter != component) return false;
+  return level <= current;
+}
+
+void WriteLine(const char* line, std::size_t length) {
+  LogLockGuard guard(LogLockGuard::Side::Shared);
+  if (gTrace.fd == -1) return;
+  // One write per line; the result is deliberately ignored and a short write is
+  // not retried: the trace never fails visibly.
+  if (write(gTrace.fd, line, length) < 0) return;
+}
+
+}  // namespace
+
+void TraceWriteArgs(std::uint32_t level, std::uint32_t component, std::uint64_t context1, std::uint64_t context2,
+                    std::uint32_t messageNumber, const char* format, std::span<const TraceArg> args) {
+  if (!PassesGate(level, component)) return;
+  const TraceRecord record{level, component, context1, context2, messageNumber};
+  char line[kTraceLineSize] = {};
+  const std::size_t length = TraceFormatLine(line, sizeof line, record, format, args);
+  WriteLine(line, length);
+}
+
+// Opening again replaces the current log. On failure the previous log (if
+// any) is closed too and the descriptor stays -1, so the process runs on with
+// no log; only the system log hears about it.
+void TraceOpenLogFile(const char* path, const char* identity) {
+  int fd = -1;
+  int error = EINVAL;
+  if (path != nullptr) {
+    fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    error = errno;
+  }
+  int previous = -1;
+  {
+    LogLockGuard guard(LogLockGuard::Side::Exclusive);
+    previous = gTrace.fd;
+    gTrace.fd = fd;
+    gTrace.path[0] = '\0';
+    if (fd != -1) {
+      // Only the first kLogPathSize bytes are remembered.
+      std::strncpy(gTrace.path, path, kLogPathSize);
+      gTrace.path[kLogPathSize] = '\0';
+    }
+  }
+  if (previous != -1) (void)close(previous);
+  if (fd == -1) {
+    syslog(LOG_ERR, "vantor: Unable to open log file %s, errno = %d", path != nullptr ? path : "(null)", error);
+  }
+  if (identity != nullptr) openlog(identity, LOG_PID | LOG_NDELAY, LOG_DAEMON);
+  tzset();
+  if (!gTrace.exitHandlerRegistered.exchange(true)) (void)std::atexit(TraceCloseLogFile);
+}
+
+void TraceOpenToolLog() { TraceOpenLogFile(kToolLogPath, nullptr); }
+
+void TraceCloseLogFile() {
+  int fd = -1;
+  {
+    LogLockGuard guard(LogLockGuard::Side::Exclusive);
+    fd = gTrace.fd;
+    gTrace.fd = -1;
+    gTrace.path[0] = '\0';
+  }
+  if (fd != -1) (void)close(fd);
+}
+
+void TraceSetLevel(std::uint32_t level) { gTrace.level.store(level, std::memory_order_relaxed); }
+
+void TraceSetComponentFilter(std::uint32_t component) {
+  gTrace.componentFilter.store(component, std::memory_order_relaxed);
+}
