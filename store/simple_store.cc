@@ -1,0 +1,534 @@
+// The configuration store. See simple_store.h for the contracts; the byte layout
+// lives in store_layout.h.
+#include "store/simple_store.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "runtime/file.h"
+#include "runtime/pool.h"
+#include "runtime/trace.h"
+#include "runtime/utf8.h"
+#include "store/store_layout.h"
+
+namespace {
+
+namespace L = store_layout;
+
+constexpr std::uint32_t kComponent = TRACE_COMPONENT_CORE;
+constexpr std::uint32_t kImageBytes = static_cast<std::uint32_t>(L::kImageSize);
+
+constexpr UNICODE_STRING kVendorDirectory = TvConstantString(u"/opt/Marrowlight/");
+constexpr UNICODE_STRING kStoreFileName = TvConstantString(u"vantorstore");
+
+// Signals that end the process; held off while an image is written back.
+constexpr int kTerminationSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+
+// The one store of the process. Constant-initialised (all zero, descriptor -1):
+// nothing runs before main. `file` and `image` are set by a successful open and
+// cleared by close; `lock` is initialised at open and destroyed at close.
+// `owner` names the thread inside the locking frame (diagnosis only).
+struct StoreState {
+  FileHandle file = kInvalidFile;
+  std::uint8_t* image = nullptr;  // L::kImageSize bytes, TAG_SIMPLE_STORE; freed by close
+  pthread_rwlock_t lock{};
+  std::atomic<pthread_t> owner{0};
+};
+constinit StoreState g_store;
+
+std::uint16_t LoadU16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
+
+void StoreU16(std::uint8_t* p, std::uint16_t value) {
+  p[0] = static_cast<std::uint8_t>(value & 0xFFu);
+  p[1] = static_cast<std::uint8_t>(value >> 8);
+}
+
+// A view of one record slot inside an image. Name comparisons assume a
+// validated image (name length at most kNameCapacity).
+class Slot {
+ public:
+  Slot(std::uint8_t* image, int index) : p_(image + L::SlotOffset(index)) {}
+
+  std::uint16_t NameLength() const { return LoadU16(p_ + L::kNameLengthOffset); }
+  std::uint16_t DataLength() const { return LoadU16(p_ + L::kDataLengthOffset); }
+  const std::uint8_t* Data() const { return p_ + L::kDataOffset; }
+
+  bool Matches(const UNICODE_STRING& name) const {
+    return NameLength() == name.Length &&
+           (name.Length == 0 || std::memcmp(p_ + L::kNameOffset, name.Buffer, name.Length) == 0);
+  }
+  void SetName(const UNICODE_STRING& name) {
+    if (name.Length != 0) {
+      std::memcpy(p_ + L::kNameOffset, name.Buffer, name.Length);
+    }
+    StoreU16(p_ + L::kNameLengthOffset, name.Length);
+  }
+  // Bytes beyond `length` keep their old contents.
+  void SetData(const void* data, std::uint16_t length) {
+    if (length != 0) {
+      std::memcpy(p_ + L::kDataOffset, data, length);
+    }
+    StoreU16(p_ + L::kDataLengthOffset, length);
+  }
+  void Clear() { std::memset(p_, 0, L::kSlotSize); }
+
+ private:
+  std::uint8_t* p_;
+};
+
+// Takes the process-wide lock exclusively and records the owner; releases both
+// in reverse order.
+class StoreLockGuard {
+ public:
+  StoreLockGuard() {
+    (void)pthread_rwlock_wrlock(&g_store.lock);
+    g_store.owner.exchange(pthread_self());
+  }
+  ~StoreLockGuard() {
+    g_store.owner.exchange(0);
+    (void)pthread_rwlock_unlock(&g_store.lock);
+  }
+  StoreLockGuard(const StoreLockGuard&) = delete;
+  StoreLockGuard& operator=(const StoreLockGuard&) = delete;
+};
+
+// flock for the guard's lifetime. A failure is logged and the caller goes on
+// unlocked (the unlock is then skipped). EINTR is retried: an interrupted wait
+// is not a refusal.
+class FileLockGuard {
+ public:
+  FileLockGuard(FileHandle file, int operation) : file_(file) {
+    int rc;
+    do {
+      rc = flock(file, operation);
+    } while (rc != 0 && errno == EINTR);
+    if (rc != 0) {
+      TraceError(kComponent, "flock() failed:%d", errno);
+      return;
+    }
+    locked_ = true;
+  }
+  ~FileLockGuard() {
+    if (locked_ && flock(file_, LOCK_UN) != 0) {
+      TraceError(kComponent, "Unlock attempt failed:%d", errno);
+    }
+  }
+  FileLockGuard(const FileLockGuard&) = delete;
+  FileLockGuard& operator=(const FileLockGuard&) = delete;
+
+ private:
+  FileHandle file_;
+  bool locked_ = false;
+};
+
+// Blocks the termination signals in the calling thread; restores the previous
+// mask (not merely unblocking) on destruction, so signals the caller had blocked
+// stay blocked.
+class TerminationSignalBlock {
+ public:
+  TerminationSignalBlock() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signal : kTerminationSignals) {
+      sigaddset(&set, signal);
+    }
+    blocked_ = pthread_sigmask(SIG_BLOCK, &set, &previous_) == 0;
+  }
+  ~TerminationSignalBlock() {
+    if (blocked_) {
+      (void)pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+    }
+  }
+  TerminationSignalBlock(const TerminationSignalBlock&) = delete;
+  TerminationSignalBlock& operator=(const TerminationSignalBlock&) = delete;
+
+ private:
+  sigset_t previous_{};
+  bool blocked_ = false;
+};
+
+[[nodiscard]] NTSTATUS Rewind(FileHandle file) {
+  const NTSTATUS status = SetFileOffset(file, 0, 0);
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed set file pointer to start: %!STATUS!", status);
+  }
+  return status;
+}
+
+// Reads the whole image from the current offset (0 between operations), looping
+// over short reads; a file that ends early gives STATUS_END_OF_FILE. Always
+// rewinds, also after a failure (a failed rewind after a failed read is only
+// logged), so the next operation starts at offset 0.
+[[nodiscard]] NTSTATUS ReadSimpleStore(FileHandle file, std::uint8_t* image) {
+  NTSTATUS status = STATUS_SUCCESS;
+  std::uint32_t done = 0;
+  while (done < kImageBytes) {
+    std::uint32_t count = 0;
+    status = ReadFile(file, image + done, kImageBytes - done, &count);
+    if (!NT_SUCCESS(status)) {
+      break;
+    }
+    if (count == 0) {
+      status = STATUS_END_OF_FILE;
+      break;
+    }
+    done += count;
+  }
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed read to store: %!STATUS!", status);
+    (void)Rewind(file);
+    return status;
+  }
+  return Rewind(file);
+}
+
+// Writes the whole image at the current offset, rewinds and fsyncs, with the
+// termination signals held off throughout. A failed write still rewinds.
+[[nodiscard]] NTSTATUS WriteSimpleStore(FileHandle file, const std::uint8_t* image) {
+  const TerminationSignalBlock block;
+  std::uint32_t count = 0;
+  NTSTATUS status = WriteFile(file, image, kImageBytes, &count);
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed write to store: %!STATUS!", status);
+    (void)Rewind(file);
+    return status;
+  }
+  status = Rewind(file);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  if (fsync(file) != 0) {
+    TraceError(kComponent, "Failed to flush file: %!ERRNO!", errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  return STATUS_SUCCESS;
+}
+
+bool ValidateNameLength(std::uint16_t length) {
+  if (length % 2 != 0 || length > L::kNameCapacity) {
+    TraceError(kComponent, "Invalid name length:%d", length);
+    return false;
+  }
+  return true;
+}
+
+// A null name, or a non-empty one without a buffer, is invalid as well (no
+// length to report, so no line is logged for it).
+bool ValidateName(const UNICODE_STRING* name) {
+  if (name == nullptr || (name->Length != 0 && name->Buffer == nullptr)) {
+    return false;
+  }
+  return ValidateNameLength(name->Length);
+}
+
+bool ValidateSimpleStore(std::uint8_t* image) {
+  const std::uint16_t version = LoadU16(image + L::kVersionOffset);
+  if (version != L::kVersion) {
+    TraceError(kComponent, "Version validation failed: %d", version);
+    return false;
+  }
+  for (int i = L::kFirstSlot; i <= L::kLastSlot; ++i) {
+    const Slot slot(image, i);
+    if (!ValidateNameLength(slot.NameLength())) {
+      TraceError(kComponent, "ValidateName failed");
+      return false;
+    }
+    if (slot.DataLength() > L::kDataCapacity) {
+      TraceError(kComponent, "ValidateData failed");
+      return false;
+    }
+  }
+  return true;
+}
+
+void ResetImage(std::uint8_t* image) {
+  std::memset(image, 0, L::kImageSize);
+  StoreU16(image + L::kVersionOffset, L::kVersion);
+}
+
+// Re-reads and validates the image of the open store. Caller holds the locks.
+[[nodiscard]] NTSTATUS LoadImage() {
+  const NTSTATUS status = ReadSimpleStore(g_store.file, g_store.image);
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "ReadSimpleStore failed:%!STATUS!", status);
+    return status;
+  }
+  if (!ValidateSimpleStore(g_store.image)) {
+    TraceError(kComponent, "ValidateSimpleStore failed");
+    return STATUS_DATA_ERROR;
+  }
+  return STATUS_SUCCESS;
+}
+
+// Writes the image back after a change. Caller holds the locks.
+[[nodiscard]] NTSTATUS WriteBackImage() {
+  const NTSTATUS status = WriteSimpleStore(g_store.file, g_store.image);
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed write to store:%x", static_cast<std::uint32_t>(status));
+  }
+  return status;
+}
+
+// First slot at or after `from` whose name equals `name`; 0 when none.
+int FindSlot(std::uint8_t* image, const UNICODE_STRING& name, int from) {
+  for (int i = from; i <= L::kLastSlot; ++i) {
+    if (Slot(image, i).Matches(name)) {
+      return i;
+    }
+  }
+  return 0;
+}
+
+// The locking frame of every get, set and delete: process lock, then flock;
+// released in reverse order by the guards.
+template <typename Work>
+[[nodiscard]] NTSTATUS WithStoreLocked(int flockOperation, Work&& work) {
+  // Open and close never race with operations (see the header), so the closed
+  // check needs no lock; taking the lock of a closed store would use a
+  // destroyed lock.
+  if (g_store.file == kInvalidFile) {
+    return STATUS_INVALID_HANDLE;
+  }
+  const StoreLockGuard storeLock;
+  const FileLockGuard fileLock(g_store.file, flockOperation);
+  return std::forward<Work>(work)();
+}
+
+// Steps 4 to 10 of the open on an already allocated image. On success the
+// descriptor and image belong to g_store; on failure everything is released.
+[[nodiscard]] NTSTATUS OpenWithImage(PoolBuffer image, const char* path) {
+  UniqueFile file;
+  NTSTATUS status = OpenFile(path, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", path, status);
+    return status;
+  }
+  // Declared after `file`, so the flock is released before the descriptor closes.
+  const FileLockGuard fileLock(file.get(), LOCK_EX);
+
+  std::uint64_t length = 0;
+  status = GetFileLength(file.get(), &length);
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed to retrievefile %s length: %!STATUS!", path, status);
+    return status;
+  }
+
+  auto* bytes = image.as<std::uint8_t>();
+  bool valid = false;
+  if (length == L::kImageSize) {
+    status = ReadSimpleStore(file.get(), bytes);
+    if (!NT_SUCCESS(status)) {
+      return status;
+    }
+    valid = ValidateSimpleStore(bytes);
+    if (!valid) {
+      TraceError(kComponent, "ValidateData failed");
+      length = 0;
+    }
+  }
+  if (!valid) {
+    TraceError(kComponent, "Invalid file %s length: %d", path,
+               static_cast<int>(std::min<std::uint64_t>(length, INT_MAX)));
+    if (ftruncate(file.get(), static_cast<off_t>(L::kImageSize)) != 0) {
+      TraceError(kComponent, "Failed to truncate %s file: %!ERRNO!", path, errno);
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
+    ResetImage(bytes);
+    status = WriteSimpleStore(file.get(), bytes);
+    if (!NT_SUCCESS(status)) {
+      return status;
+    }
+  }
+
+  std::memset(static_cast<void*>(&g_store.lock), 0, sizeof(g_store.lock));
+  (void)pthread_rwlock_init(&g_store.lock, nullptr);
+  g_store.owner.store(0);
+  g_store.image = static_cast<std::uint8_t*>(image.release());
+  g_store.file = file.release();  // fileLock still unlocks this descriptor on return
+  return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+NTSTATUS OpenSimpleStore() {
+  CloseSimpleStore();
+  PoolBuffer image(L::kImageSize, TAG_SIMPLE_STORE);
+  if (!image) {
+    TraceError(kComponent, "Failed store buffer allocation");
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  const StringObject path(BuildVendorPath(nullptr, &kStoreFileName));
+  if (!path) {
+    TraceError(kComponent, "Failed retrieving store path");
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  Utf8String path8;
+  const NTSTATUS status = path8.Convert(path.get());
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed unicode to ansi translation");
+    return status;
+  }
+  return OpenWithImage(std::move(image), path8.c_str());
+}
+
+NTSTATUS OpenSimpleStoreAt(const char* path) {
+  CloseSimpleStore();
+  PoolBuffer image(L::kImageSize, TAG_SIMPLE_STORE);
+  if (!image) {
+    TraceError(kComponent, "Failed store buffer allocation");
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  return OpenWithImage(std::move(image), path);
+}
+
+void CloseSimpleStore() {
+  if (g_store.file == kInvalidFile) {
+    return;
+  }
+  (void)CloseFile(g_store.file);
+  g_store.file = kInvalidFile;
+  TvFreePoolWithTag(std::exchange(g_store.image, nullptr), TAG_SIMPLE_STORE);
+  (void)pthread_rwlock_destroy(&g_store.lock);
+}
+
+NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint32_t* size) {
+  if (size == nullptr || (buffer == nullptr && *size != 0)) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  return WithStoreLocked(LOCK_SH, [&]() -> NTSTATUS {
+    if (!ValidateName(name)) {
+      TraceError(kComponent, "Name is invalid");
+      return STATUS_INVALID_PARAMETER_1;
+    }
+    const NTSTATUS status = LoadImage();
+    if (!NT_SUCCESS(status)) {
+      return status;
+    }
+    const int index = FindSlot(g_store.image, *name, L::kFirstSlot);
+    if (index == 0) {
+      return STATUS_NOT_FOUND;
+    }
+    const Slot slot(g_store.image, index);
+    const std::uint32_t length = slot.DataLength();
+    const std::uint32_t copied = std::min(length, *size);
+    if (copied != 0) {
+      std::memcpy(buffer, slot.Data(), copied);
+    }
+    const bool tooSmall = *size < length;
+    *size = length;
+    return tooSmall ? STATUS_BUFFER_TOO_SMALL : STATUS_SUCCESS;
+  });
+}
+
+NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::uint32_t length) {
+  return WithStoreLocked(LOCK_EX, [&]() -> NTSTATUS {
+    if (!ValidateName(name)) {
+      TraceError(kComponent, "Name is invalid");
+      return STATUS_INVALID_PARAMETER_1;
+    }
+    if (length > L::kDataCapacity || (data == nullptr && length != 0)) {
+      TraceError(kComponent, "Data is invalid");
+      return STATUS_INVALID_PARAMETER_2;
+    }
+    const NTSTATUS status = LoadImage();
+    if (!NT_SUCCESS(status)) {
+      return status;
+    }
+    // The first empty slot is remembered and skipped; every other slot is
+    // compared, so an existing record wins over an earlier empty slot.
+    int firstEmpty = 0;
+    int match = 0;
+    for (int i = L::kFirstSlot; i <= L::kLastSlot && match == 0; ++i) {
+      const Slot slot(g_store.image, i);
+      if (firstEmpty == 0 && slot.NameLength() == 0) {
+        firstEmpty = i;
+      } else if (slot.Matches(*name)) {
+        match = i;
+      }
+    }
+    const auto dataLength = static_cast<std::uint16_t>(length);
+    if (match != 0) {
+      Slot(g_store.image, match).SetData(data, dataLength);
+    } else if (firstEmpty == 0) {
+      TraceError(kComponent, "No empty records in store:%x",
+                 static_cast<std::uint32_t>(STATUS_INSUFFICIENT_RESOURCES));
+      return STATUS_INSUFFICIENT_RESOURCES;
+    } else {
+      Slot slot(g_store.image, firstEmpty);
+      slot.SetName(*name);
+      slot.SetData(data, dataLength);
+    }
+    return WriteBackImage();
+  });
+}
+
+NTSTATUS DeleteSimpleStoreValue(const UNICODE_STRING* name) {
+  if (!ValidateName(name)) {
+    return STATUS_SUCCESS;  // nothing to delete; no lock taken, the file untouched
+  }
+  return WithStoreLocked(LOCK_EX, [&]() -> NTSTATUS {
+    NTSTATUS status = LoadImage();
+    if (!NT_SUCCESS(status)) {
+      return status;
+    }
+    bool removed = false;
+    for (int i = FindSlot(g_store.image, *name, L::kFirstSlot); i != 0; i = FindSlot(g_store.image, *name, i + 1)) {
+      Slot(g_store.image, i).Clear();
+      status = WriteBackImage();
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      removed = true;
+    }
+    return removed ? STATUS_SUCCESS : STATUS_NOT_FOUND;
+  });
+}
+
+UNICODE_STRING* BuildVendorPath(const UNICODE_STRING* subdirectory, const UNICODE_STRING* fileName) {
+  std::uint32_t total = kVendorDirectory.Length;
+  if (total >= kUnicodeStringMaxBytes) {
+    return nullptr;
+  }
+  // An empty subdirectory counts as none: "/opt/Marrowlight//x" is not what a
+  // caller passing "" means.
+  const bool hasSubdirectory = subdirectory != nullptr && subdirectory->Length != 0;
+  bool addSeparator = false;
+  if (hasSubdirectory) {
+    const std::u16string_view text = View(*subdirectory);
+    addSeparator = text.empty() || text.back() != u'/';
+    total += subdirectory->Length + (addSeparator ? 2u : 0u);
+    if (total >= kUnicodeStringMaxBytes) {
+      return nullptr;
+    }
+  }
+  if (fileName != nullptr) {
+    total += fileName->Length;
+    if (total > 0xFFFFu) {
+      return nullptr;
+    }
+  }
+  // Room for every part and the terminator; a result of 65534 bytes or more is
+  // refused by the allocator (capacity of 32768 units).
+  StringObject path(TvAllocateUnicodeString((total + 1) / 2 + 1));
+  if (!path) {
+    return nullptr;
+  }
+  UNICODE_STRING* s = path.get();
+  if (!NT_SUCCESS(RtlAppendUnicodeStringToString(s, &kVendorDirectory)) ||
+      (hasSubdirectory && !NT_SUCCESS(RtlAppendUnicodeStringToString(s, subdirectory))) ||
+      (addSeparator && !NT_SUCCESS(RtlAppendUnicodeToString(s, u"/"))) ||
+      (fileName != nullptr && !NT_SUCCESS(RtlAppendUnicodeStringToString(s, fileName)))) {
+    return nullptr;
+  }
+  s->Buffer[s->Length / 2] = u'\0';
+  return path.release();
+}

@@ -8,6 +8,24 @@
 // operation goes on unlocked.
 //
 // Log lines go through TraceWrite at level 2, component 7.
+//
+// Every get, set and delete re-reads all 8192 bytes, looping until they are all
+// in. If the file turns out shorter (another process shrank it after the open),
+// the operation fails with STATUS_END_OF_FILE, logs "Failed read to store:" with
+// it, and never validates or writes back the partial image; only the open repairs
+// a wrongly sized file. Read and write always rewind the descriptor to offset 0,
+// also when they fail, so one failure does not shift every later operation.
+//
+// A write-back blocks SIGTERM, SIGINT, SIGHUP and SIGQUIT in the calling thread
+// from before the write through the fsync, then restores the previous mask, so a
+// termination request never tears the image; it takes effect right after.
+//
+// A name is valid when its length in bytes is even and at most 22 (0 passes, as
+// on disk) and, if not empty, it has a buffer; names compare as raw bytes.
+//
+// Operations on a closed store return STATUS_INVALID_HANDLE. Open and close must
+// not race with other operations (the tool opens before and closes after all of
+// them, from one thread).
 #pragma once
 
 #include <cstdint>
@@ -21,6 +39,7 @@
 // sized or written, or on allocation failure.
 [[nodiscard]] NTSTATUS OpenSimpleStore();
 // Same, on another path (tests and tools). OpenSimpleStore uses the vendor path.
+// Opening while a store is open closes the open one first.
 [[nodiscard]] NTSTATUS OpenSimpleStoreAt(const char* path);
 // Closes the descriptor and frees the image; nothing happens when closed.
 void CloseSimpleStore();
@@ -29,12 +48,14 @@ void CloseSimpleStore();
 // length. STATUS_SUCCESS; STATUS_BUFFER_TOO_SMALL when *size was smaller (the
 // first bytes are copied all the same); STATUS_NOT_FOUND (size untouched);
 // STATUS_INVALID_PARAMETER_1 for an invalid name; STATUS_DATA_ERROR for an
-// invalid image; the read's failure status.
+// invalid image; the read's failure status. A null size, or a null buffer with a
+// non-zero capacity, gives STATUS_INVALID_PARAMETER.
 [[nodiscard]] NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint32_t* size);
 // Creates or replaces. STATUS_INVALID_PARAMETER_1 (name),
 // STATUS_INVALID_PARAMETER_2 (more than 256 bytes), STATUS_DATA_ERROR,
 // STATUS_INSUFFICIENT_RESOURCES (new name, no empty slot; nothing written), or the
-// read's or write-back's status.
+// read's or write-back's status. Null data with a non-zero length is treated as
+// invalid data (STATUS_INVALID_PARAMETER_2).
 [[nodiscard]] NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::uint32_t length);
 // Removes every slot with the name. STATUS_NOT_FOUND when none has it. An invalid
 // name does nothing and returns STATUS_SUCCESS.
@@ -42,5 +63,6 @@ void CloseSimpleStore();
 
 // "/opt/Marrowlight/" + subdirectory (+ "/" unless it ends in one) + file name, as
 // a new NUL-terminated string object (free with TvFreeUnicodeString), or null
-// when the result would not fit a UNICODE_STRING.
+// when the result would not fit a UNICODE_STRING. Either part may be null; an
+// empty subdirectory counts as none (no lone "/" is added).
 [[nodiscard]] UNICODE_STRING* BuildVendorPath(const UNICODE_STRING* subdirectory, const UNICODE_STRING* fileName);
