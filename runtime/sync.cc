@@ -1,0 +1,477 @@
+#include "runtime/sync.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <new>
+
+#include "runtime/pool.h"
+#include "runtime/trace.h"
+
+namespace {
+
+constexpr long kNanosecondsPerSecond = 1000000000L;
+constexpr long kNanosecondsPerMillisecond = 1000000L;
+
+std::uint64_t CurrentThread() { return static_cast<std::uint64_t>(pthread_self()); }
+
+timespec Now(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return now;
+}
+
+bool AtOrPast(const timespec& now, const timespec& deadline) {
+  return now.tv_sec > deadline.tv_sec || (now.tv_sec == deadline.tv_sec && now.tv_nsec >= deadline.tv_nsec);
+}
+
+}  // namespace
+
+timespec TvDeadlineAfter(clockid_t clock, std::int32_t timeoutMs) {
+  timespec deadline = Now(clock);
+  deadline.tv_sec += timeoutMs / 1000;
+  deadline.tv_nsec += static_cast<long>(timeoutMs % 1000) * kNanosecondsPerMillisecond;
+  if (deadline.tv_nsec >= kNanosecondsPerSecond) {
+    deadline.tv_sec += 1;
+    deadline.tv_nsec -= kNanosecondsPerSecond;
+  }
+  return deadline;
+}
+
+timespec TvTimeUntil(const timespec& deadline, const timespec& now, bool* expired) {
+  if (AtOrPast(now, deadline)) {
+    *expired = true;
+    return timespec{0, 0};
+  }
+  *expired = false;
+  timespec left{deadline.tv_sec - now.tv_sec, deadline.tv_nsec - now.tv_nsec};
+  if (left.tv_nsec < 0) {
+    left.tv_sec -= 1;
+    left.tv_nsec += kNanosecondsPerSecond;
+  }
+  return left;
+}
+
+// ---------------------------------------------------------------------------
+// SyncEvent
+
+NTSTATUS InitializeSyncEvent(SyncEvent* event, bool manualReset, bool initialState) {
+  pthread_mutex_init(&event->Mutex, nullptr);
+  pthread_cond_init(&event->Condition, nullptr);
+  event->ManualReset = manualReset ? 1 : 0;
+  event->Signalled.store(initialState ? 1 : 0, std::memory_order_relaxed);
+  return STATUS_SUCCESS;
+}
+
+// The condition is signalled while the mutex is still held. A waiter may delete
+// the event as soon as its wait returns (the rundown wait block lives in the
+// waiter's frame), so the setter must be done with the condition variable before
+// the waiter can get the mutex back.
+void SetSyncEvent(SyncEvent* event) {
+  pthread_mutex_lock(&event->Mutex);
+  event->Signalled.store(1, std::memory_order_relaxed);
+  if (event->ManualReset != 0) {
+    pthread_cond_broadcast(&event->Condition);
+  } else {
+    pthread_cond_signal(&event->Condition);
+  }
+  pthread_mutex_unlock(&event->Mutex);
+}
+
+void ResetSyncEvent(SyncEvent* event) {
+  pthread_mutex_lock(&event->Mutex);
+  event->Signalled.store(0, std::memory_order_relaxed);
+  pthread_mutex_unlock(&event->Mutex);
+}
+
+bool ReadSyncEvent(SyncEvent* event) { return event->Signalled.load(std::memory_order_relaxed) != 0; }
+
+NTSTATUS WaitSyncEvent(SyncEvent* event, std::int32_t timeoutMs) {
+  if (timeoutMs < 0) {
+    pthread_mutex_lock(&event->Mutex);
+    while (event->Signalled.load(std::memory_order_relaxed) == 0) {
+      pthread_cond_wait(&event->Condition, &event->Mutex);
+    }
+  } else {
+    const timespec deadline = TvDeadlineAfter(CLOCK_REALTIME, timeoutMs);
+    int rc = pthread_mutex_timedlock(&event->Mutex, &deadline);
+    if (rc == ETIMEDOUT) {
+      return STATUS_TIMEOUT;
+    }
+    if (rc != 0) {
+      return STATUS_UNSUCCESSFUL;
+    }
+    while (event->Signalled.load(std::memory_order_relaxed) == 0) {
+      rc = pthread_cond_timedwait(&event->Condition, &event->Mutex, &deadline);
+      if (rc == ETIMEDOUT) {
+        pthread_mutex_unlock(&event->Mutex);
+        return STATUS_TIMEOUT;
+      }
+      if (rc != 0) {
+        pthread_mutex_unlock(&event->Mutex);
+        return STATUS_UNSUCCESSFUL;
+      }
+    }
+  }
+  if (event->ManualReset == 0) {
+    event->Signalled.store(0, std::memory_order_relaxed);
+  }
+  pthread_mutex_unlock(&event->Mutex);
+  return STATUS_SUCCESS;
+}
+
+void DeleteSyncEvent(SyncEvent* event) {
+  pthread_cond_destroy(&event->Condition);
+  pthread_mutex_destroy(&event->Mutex);
+}
+
+// ---------------------------------------------------------------------------
+// RundownGuard
+
+namespace {
+constexpr std::uint64_t kRundownActive = 1;
+constexpr std::uint64_t kRundownUnit = 2;
+}  // namespace
+
+void InitializeRundownGuard(RundownGuard* guard) { guard->Word.store(0); }
+
+bool AcquireRundownGuard(RundownGuard* guard) {
+  std::uint64_t value = guard->Word.load();
+  while ((value & kRundownActive) == 0) {
+    if (guard->Word.compare_exchange_weak(value, value + kRundownUnit)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void ReleaseRundownGuard(RundownGuard* guard) {
+  std::uint64_t value = guard->Word.load();
+  for (;;) {
+    if ((value & kRundownActive) == 0) {
+      if (guard->Word.compare_exchange_weak(value, value - kRundownUnit)) {
+        return;
+      }
+      continue;  // lost a race; value holds what was found
+    }
+    // Running down: the word (less bit 0) is the waiter's block.
+    auto* block = reinterpret_cast<RundownWaitBlock*>(static_cast<std::uintptr_t>(value & ~kRundownActive));
+    std::uint64_t count = block->Count.load();
+    while (!block->Count.compare_exchange_weak(count, count - kRundownUnit)) {
+    }
+    if (count == kRundownUnit) {
+      // The last holder. The waiter may free the block once this returns.
+      SetSyncEvent(&block->Event);
+    }
+    return;
+  }
+}
+
+void WaitForRundown(RundownGuard* guard) {
+  std::uint64_t expected = 0;
+  if (guard->Word.compare_exchange_strong(expected, kRundownActive)) {
+    return;  // nobody held it; the word stays 1
+  }
+  RundownWaitBlock block;
+  (void)InitializeSyncEvent(&block.Event, true, false);
+  const std::uint64_t published = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&block)) | kRundownActive;
+  std::uint64_t taken = 0;
+  std::uint64_t value = guard->Word.load();
+  while ((value & kRundownActive) == 0) {
+    block.Count.store(value);
+    if (guard->Word.compare_exchange_weak(value, published)) {
+      taken = block.Count.load();
+      break;
+    }
+  }
+  if (taken != 0) {
+    (void)WaitSyncEvent(&block.Event, -1);
+  }
+  DeleteSyncEvent(&block.Event);
+}
+
+// ---------------------------------------------------------------------------
+// RecursiveLock
+
+void InitializeRecursiveLockBlock(RecursiveLockBlock* block) {
+  pthread_mutex_init(&block->Mutex, nullptr);
+  block->Owner.store(0);
+  block->Count = 0;
+}
+
+std::uint32_t AcquireRecursiveLockBlock(RecursiveLockBlock* block) {
+  const std::uint64_t self = CurrentThread();
+  if (block->Owner.load(std::memory_order_relaxed) == self && block->Count != 0) {
+    return ++block->Count;
+  }
+  pthread_mutex_lock(&block->Mutex);
+  block->Owner.exchange(self);
+  return ++block->Count;
+}
+
+void ReleaseRecursiveLockBlock(RecursiveLockBlock* block) {
+  if (block->Count-- == 1) {
+    block->Owner.exchange(0);
+    pthread_mutex_unlock(&block->Mutex);
+  }
+}
+
+bool IsRecursiveLockBlockOwned(const RecursiveLockBlock* block) {
+  return block->Owner.load(std::memory_order_relaxed) == CurrentThread() && block->Count != 0;
+}
+
+void DestroyRecursiveLockBlock(RecursiveLockBlock* block) { pthread_mutex_destroy(&block->Mutex); }
+
+void PrepareRecursiveLock(RecursiveLock* lock) {
+  lock->State = STATUS_NOT_INITIALIZED_SYNC;
+  lock->Block = nullptr;
+}
+
+NTSTATUS InitializeRecursiveLock(RecursiveLock* lock) {
+  void* memory = TvAllocatePoolWithTag(sizeof(RecursiveLockBlock), TAG_RECURSIVE_LOCK);
+  if (memory == nullptr) {
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  std::memset(memory, 0, sizeof(RecursiveLockBlock));
+  auto* block = new (memory) RecursiveLockBlock{};
+  InitializeRecursiveLockBlock(block);
+  lock->Block = block;
+  lock->State = STATUS_SUCCESS;
+  return STATUS_SUCCESS;
+}
+
+std::uint32_t AcquireRecursiveLock(RecursiveLock* lock) { return AcquireRecursiveLockBlock(lock->Block); }
+void ReleaseRecursiveLock(RecursiveLock* lock) { ReleaseRecursiveLockBlock(lock->Block); }
+bool IsRecursiveLockOwned(const RecursiveLock* lock) {
+  return lock->Block != nullptr && IsRecursiveLockBlockOwned(lock->Block);
+}
+
+void DeleteRecursiveLock(RecursiveLock* lock) {
+  if (lock->Block != nullptr) {
+    if (NT_SUCCESS(lock->State)) {
+      DestroyRecursiveLockBlock(lock->Block);
+    }
+    lock->Block->~RecursiveLockBlock();
+    TvFreePoolWithTag(lock->Block, TAG_RECURSIVE_LOCK);
+  }
+  PrepareRecursiveLock(lock);
+}
+
+// ---------------------------------------------------------------------------
+// OwnedMutex
+
+void PrepareOwnedMutex(OwnedMutex* mutex) {
+  mutex->State = STATUS_NOT_INITIALIZED_SYNC;
+  mutex->Block = nullptr;
+}
+
+NTSTATUS InitializeOwnedMutex(OwnedMutex* mutex) {
+  void* memory = TvAllocatePoolWithTag(sizeof(OwnedMutexBlock), TAG_OWNED_MUTEX);
+  if (memory == nullptr) {
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  std::memset(memory, 0, sizeof(OwnedMutexBlock));
+  auto* block = new (memory) OwnedMutexBlock{};
+  pthread_mutex_init(&block->Mutex, nullptr);
+  block->Owner.store(0);
+  mutex->Block = block;
+  mutex->State = STATUS_SUCCESS;
+  return STATUS_SUCCESS;
+}
+
+void AcquireOwnedMutex(OwnedMutex* mutex) {
+  pthread_mutex_lock(&mutex->Block->Mutex);
+  mutex->Block->Owner.exchange(CurrentThread());
+}
+
+void ReleaseOwnedMutex(OwnedMutex* mutex) {
+  mutex->Block->Owner.exchange(0);
+  pthread_mutex_unlock(&mutex->Block->Mutex);
+}
+
+bool IsOwnedMutexHeld(const OwnedMutex* mutex) {
+  return mutex->Block != nullptr && mutex->Block->Owner.load(std::memory_order_relaxed) == CurrentThread();
+}
+
+void DeleteOwnedMutex(OwnedMutex* mutex) {
+  if (mutex->Block != nullptr) {
+    if (NT_SUCCESS(mutex->State)) {
+      pthread_mutex_destroy(&mutex->Block->Mutex);
+    }
+    mutex->Block->~OwnedMutexBlock();
+    TvFreePoolWithTag(mutex->Block, TAG_OWNED_MUTEX);
+  }
+  PrepareOwnedMutex(mutex);
+}
+
+// ---------------------------------------------------------------------------
+// RwLock
+
+void PrepareRwLock(RwLock* lock) {
+  lock->State = STATUS_NOT_INITIALIZED_SYNC;
+  std::memset(static_cast<void*>(&lock->Lock), 0, sizeof(lock->Lock));
+  lock->Owner.store(0);
+}
+
+NTSTATUS InitializeRwLock(RwLock* lock) {
+  pthread_rwlock_init(&lock->Lock, nullptr);
+  lock->Owner.store(0);
+  lock->State = STATUS_SUCCESS;
+  return STATUS_SUCCESS;
+}
+
+void AcquireRwLockExclusive(RwLock* lock) {
+  pthread_rwlock_wrlock(&lock->Lock);
+  lock->Owner.exchange(CurrentThread());
+}
+
+void AcquireRwLockShared(RwLock* lock) { pthread_rwlock_rdlock(&lock->Lock); }
+
+void ReleaseRwLock(RwLock* lock) {
+  if (lock->Owner.load(std::memory_order_relaxed) != 0) {
+    lock->Owner.exchange(0);
+  }
+  pthread_rwlock_unlock(&lock->Lock);
+}
+
+bool IsRwLockOwnedExclusive(const RwLock* lock) {
+  return lock->Owner.load(std::memory_order_relaxed) == CurrentThread();
+}
+
+void DeleteRwLock(RwLock* lock) {
+  if (NT_SUCCESS(lock->State)) {
+    pthread_rwlock_destroy(&lock->Lock);
+  }
+  lock->State = STATUS_NOT_INITIALIZED_SYNC;
+}
+
+// ---------------------------------------------------------------------------
+// TvEvent
+
+namespace {
+// Fills the eventfd counter to its maximum: signalled until read.
+constexpr std::uint64_t kEventFullCounter = 0xFFFFFFFFFFFFFFFEull;
+// Requested alongside POLLIN on a synchronization event: the waiter must consume
+// the counter before it may count the event as its own. The kernel ignores
+// POLLHUP in the requested events, so it serves purely as a marker.
+constexpr short kConsumeMarker = POLLHUP;
+
+bool Consume(std::int32_t descriptor) {
+  std::uint64_t value = 0;
+  return read(descriptor, &value, sizeof(value)) == static_cast<ssize_t>(sizeof(value));
+}
+}  // namespace
+
+NTSTATUS TvInitializeEventEx(TvEvent* event, std::uint32_t type, std::uint32_t initialState) {
+  const int fd = eventfd(initialState & 0xFFu, EFD_NONBLOCK | EFD_CLOEXEC);
+  if (fd < 0) {
+    const int error = errno;
+    TraceError(TRACE_COMPONENT_CORE, "TvInitializeEventEx failed: %!ERRNO!", error);
+    if (error == ENOMEM) {
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
+    if (error == ENFILE || error == EMFILE) {
+      return STATUS_TOO_MANY_OPENED_FILES;
+    }
+    return STATUS_UNSUCCESSFUL;
+  }
+  event->Notification = type == TV_NOTIFICATION_EVENT ? 1 : 0;
+  event->Descriptor = fd;
+  return STATUS_SUCCESS;
+}
+
+void TvSetEvent(TvEvent* event) {
+  const std::uint64_t value = kEventFullCounter;
+  // EAGAIN on an event that is already set is harmless.
+  (void)!write(event->Descriptor, &value, sizeof(value));
+}
+
+void TvResetEvent(TvEvent* event) { (void)Consume(event->Descriptor); }
+
+bool TvReadEvent(TvEvent* event) {
+  pollfd entry{event->Descriptor, POLLIN, 0};
+  const timespec zero{0, 0};
+  sigset_t all;
+  sigfillset(&all);
+  int rc;
+  do {
+    rc = ppoll(&entry, 1, &zero, &all);
+  } while (rc < 0 && errno == EINTR);
+  return rc == 1;
+}
+
+NTSTATUS TvWaitForEvent(TvEvent* event, std::int32_t timeoutMs) {
+  TvEvent* const events[1] = {event};
+  return TvWaitForMultipleEvents(events, 1, timeoutMs);
+}
+
+NTSTATUS TvWaitForMultipleEvents(TvEvent* const* events, std::uint32_t count, std::int32_t timeoutMs) {
+  if (events == nullptr || count == 0 || count > kTvMaxWaitEvents) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  pollfd entries[kTvMaxWaitEvents];
+  for (std::uint32_t i = 0; i < count; ++i) {
+    entries[i].fd = events[i]->Descriptor;
+    entries[i].events = static_cast<short>(POLLIN | (events[i]->Notification != 0 ? 0 : kConsumeMarker));
+    entries[i].revents = 0;
+  }
+
+  timespec relative{};
+  timespec deadline{};
+  const bool limited = timeoutMs >= 0;
+  if (limited) {
+    relative = timespec{timeoutMs / 1000, static_cast<long>(timeoutMs % 1000) * kNanosecondsPerMillisecond};
+    deadline = TvDeadlineAfter(CLOCK_MONOTONIC, timeoutMs);
+  }
+  sigset_t all;
+  sigfillset(&all);
+
+  for (;;) {
+    const int rc = ppoll(entries, count, limited ? &relative : nullptr, &all);
+    if (rc == 0) {
+      return STATUS_TIMEOUT;
+    }
+    if (rc < 0) {
+      const int error = errno;
+      if (error != EINTR) {
+        TraceError(TRACE_COMPONENT_CORE, "TvWaitForMultipleEvents ppoll failed: %!ERRNO!", error);
+        return (error == ENOMEM || error == EINVAL) ? STATUS_INSUFFICIENT_RESOURCES : STATUS_UNSUCCESSFUL;
+      }
+    } else {
+      std::int32_t lowest = -1;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        if ((entries[i].revents & POLLIN) == 0) {
+          continue;
+        }
+        // A failed read means another waiter took the signal first.
+        if ((entries[i].events & kConsumeMarker) != 0 && !Consume(entries[i].fd)) {
+          continue;
+        }
+        if (lowest < 0) {
+          lowest = static_cast<std::int32_t>(i);
+        }
+      }
+      if (lowest >= 0) {
+        return lowest;
+      }
+    }
+    if (limited) {
+      bool expired = false;
+      relative = TvTimeUntil(deadline, Now(CLOCK_MONOTONIC), &expired);
+      if (expired) {
+        return STATUS_TIMEOUT;
+      }
+    }
+  }
+}
+
+void TvCloseEvent(TvEvent* event) {
+  if (event->Descriptor >= 0) {
+    close(event->Descriptor);
+  }
+  event->Descriptor = -1;
+}
