@@ -101,22 +101,6 @@ TEST(ParseChecksumCidTest, DeliversBytesAndTheTypedIdentifierDigits) {
   EXPECT_EQ(wrap[0], 0xFF);
 }
 
-TEST(ParseChecksumCidTest, LeavesIdentifierUntouchedOnFailure) {
-  Identifier id = kSampleId;
-  IdentifierText digits{};
-  EXPECT_EQ(ParseChecksumCid("00112233445566778899AABBCCDDEEFF09", &id, &digits), CidParseResult::kChecksumFailed);
-  EXPECT_EQ(id, kSampleId);
-  EXPECT_STREQ(digits.data(), "00112233445566778899AABBCCDDEEFF");
-}
-
-TEST(FormatIdentifierTest, LowercaseHexInMemoryOrder) {
-  EXPECT_STREQ(FormatIdentifier(kSampleId).data(), "00112233445566778899aabbccddeeff");
-  Identifier id{};
-  id[0] = 0x0A;
-  id[15] = 0xF0;
-  EXPECT_STREQ(FormatIdentifier(id).data(), "0a0000000000000000000000000000f0");
-}
-
 struct TokenCase {
   const char* text;
   bool ok;
