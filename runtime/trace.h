@@ -81,7 +81,14 @@ struct TraceRecord {
 
 // Formats the message part only into buf (size bytes, size >= 1), always
 // NUL-terminated, never overrun. Returns the bytes written (without the NUL).
-// A missing argument is taken as 0.
+// A missing argument is taken as 0. With room for exactly the text plus its
+// terminator the whole text is written; every byte less cuts one character.
+// The null marker "(null)" is written only when at least 8 bytes of room are
+// left at that point; otherwise the null argument prints nothing and the walk
+// goes on. A format ending right after "%I", "%I32" or "%I64" prints nothing
+// for that entry (its argument is still taken). Standard conversions are cast
+// to the type their length modifier names before reaching snprintf; "%n" never
+// writes; field widths and precisions are capped at 960.
 std::size_t TraceFormatMessage(char* buf, std::size_t size, const char* format, std::span<const TraceArg> args);
 
 // Formats a whole line: "<strftime %c> <message>\t(<tid>) [<msgno>]\n", cut to
@@ -113,8 +120,13 @@ void TraceError(std::uint32_t component, const char* format, const Args&... args
 // stays closed. With an identity, openlog() is called for the daemon facility.
 // Registers TraceCloseLogFile at exit.
 void TraceOpenLogFile(const char* path, const char* identity);
+// Opening again replaces (and closes) the current log; a failed open leaves
+// no log open.
 // TraceOpenLogFile("/var/log/vantorctl.log", nullptr).
 void TraceOpenToolLog();
+// Closes the log and forgets its path; later lines are dropped. Safe to call
+// more than once. The log lock is statically initialised and never destroyed,
+// so trace calls from other threads before the open or after the close are safe.
 void TraceCloseLogFile();
 
 // Current level and component filter (0xFFFFFFFF: none). The tool never changes

@@ -30,8 +30,9 @@ constexpr std::size_t kNullMarkerRoom = 8;
 // Standard conversions take at most this many characters after the '%'.
 constexpr std::size_t kMaxConversionChars = 18;
 // Field widths and precisions are capped here before they reach the C library:
-// a line holds at most 2046 visible bytes, and larger fields would make the C
-// library allocate a work buffer, which the trace path must never do.
+// a line holds at most 2046 visible bytes anyway, some C library versions
+// allocate a work buffer for fields near 1000 and above (the trace path must
+// never allocate), and a huge precision would cost time for text that is cut.
 constexpr int kMaxField = 960;
 // The error text of %!ERRNO! lives in a buffer of this size on the stack.
 constexpr std::size_t kErrnoTextSize = 256;

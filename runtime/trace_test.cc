@@ -22,6 +22,28 @@
 #include "runtime/status.h"
 #include "runtime/utf8.h"
 
+// Allocation counting for the no-heap rule: the test binary interposes the C
+// library's allocator and counts calls while gCountAllocations is set. Not
+// available under the sanitizers, which interpose the allocator themselves.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define VT_TRACE_COUNT_ALLOCATIONS 1
+#include <atomic>
+namespace {
+std::atomic<bool> gCountAllocations{false};
+std::atomic<long> gAllocations{0};
+void NoteAllocation() {
+  if (gCountAllocations.load(std::memory_order_relaxed)) gAllocations.fetch_add(1, std::memory_order_relaxed);
+}
+}  // namespace
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* malloc(std::size_t n) noexcept {
+  NoteAllocation();
+  return __libc_malloc(n);
+}
+}
+#endif
+
 namespace {
 
 template <typename... A>
@@ -64,35 +86,20 @@ TEST(TraceFormatSpecifiers, CountedStrings) {
   ANSI_STRING ansi{3, 6, ansiText};
   char withNul[] = {'a', '\0', 'b', 'c'};
   ANSI_STRING ansiNul{4, 4, withNul};
-  ANSI_STRING ansiEmpty{0, 0, nullptr};
   UNICODE_STRING ab = TvConstantString(u"ab");
-  char16_t odd[] = {u'x', u'y', u'z'};
-  UNICODE_STRING oddLength{5, 6, odd};
-  UNICODE_STRING oneByte{1, 2, odd};
-  char16_t wide[] = {0x263A, u'q', 0};
-  UNICODE_STRING nonAscii{4, 6, wide};
-  const ANSI_STRING* nullAnsi = nullptr;
-  const UNICODE_STRING* nullUnicode = nullptr;
+  char16_t units[] = {0x263A, u'q', u'z'};
+  UNICODE_STRING oddLength{5, 6, units};  // two whole units and a stray byte
+  UNICODE_STRING oneByte{1, 2, units};
+  const void* null = nullptr;
   RunCases({
       {"[%Z]", Args(&ansi), "[hel]"},
       {"[%Z]", Args(&ansiNul), "[a]"},
-      {"[%Z]", Args(&ansiEmpty), "[]"},
-      {"[%Z]", Args(nullAnsi), "[(null)]"},
-      {"[%wZ]", Args(&ab), "[ab]"},
-      {"[%lZ]", Args(&ab), "[ab]"},
-      {"[%wZ]", Args(&oddLength), "[xy]"},
+      {"[%Z]|[%wZ]|[%S]", Args(null, null, null), "[(null)]|[(null)]|[(null)]"},
+      {"[%wZ][%lZ]", Args(&ab, &ab), "[ab][ab]"},
+      {"[%wZ]", Args(&oddLength), "[:q]"},
       {"[%wZ]", Args(&oneByte), "[]"},
-      {"[%wZ]", Args(&nonAscii), "[:q]"},
-      {"[%wZ]", Args(nullUnicode), "[(null)]"},
-  });
-}
-
-TEST(TraceFormatSpecifiers, CharactersAndWideText) {
-  const char16_t* nullWide = nullptr;
-  RunCases({
       {"%C%lc%wc", Args(0x141, 'y', U'z'), "Ayz"},
       {"%S|%ls|%ws", Args(u"one", u"two", u"three"), "one|two|three"},
-      {"%S", Args(nullWide), "(null)"},
       {"%ws.", Args(u""), "."},
   });
 }
@@ -100,14 +107,12 @@ TEST(TraceFormatSpecifiers, CharactersAndWideText) {
 TEST(TraceFormatSpecifiers, SizedIntegersConsumeTheirLetter) {
   RunCases({
       {"%I64u", Args(UINT64_MAX), "18446744073709551615"},
-      {"%I64X", Args(0xABCDEF0123456789ull), "ABCDEF0123456789"},
       {"%I64d", Args(INT64_MIN), "-9223372036854775808"},
       {"%Ix", Args(0xdeadbeefcafeull), "deadbeefcafe"},
       {"%I32x", Args(0x1234ABCDu), "1234abcd"},
       {"%I32d", Args(-5), "-5"},
       {"%I32u", Args(0x100000005ull), "5"},
       {"%I64uz", Args(7), "7z"},
-      {"(%I32u)", Args(3u), "(3)"},
       {"%I64q|", Args(1), "|"},
       {"%i/%i", Args(-7, 0x100000007ll), "-7/7"},
   });
@@ -135,15 +140,11 @@ TEST(TraceFormatSpecifiers, GuidStatusTimestampErrno) {
       {"Couldn't open file %s: %!ERRNO!", Args("/x", 2), "Couldn't open file /x: ERRNO=2 (" + enoent + ")"},
       {"100%%", {}, "100%"},
       {"%!BOGUS!", Args(1), "%!BOGUS!"},
+      // Missing arguments read as 0.
+      {"%d %s %!STATUS! %wZ %I64u", {}, "0 (null) STATUS=0x00000000 (null) 0"},
   });
 }
 
-TEST(TraceFormatSpecifiers, MissingArgumentsReadAsZero) {
-  RunCases({
-      {"%d %s %!STATUS! %wZ %I64u", {}, "0 (null) STATUS=0x00000000 (null) 0"},
-      {"%d,%d", Args(5), "5,0"},
-  });
-}
 
 // ---- Conversions handed to the C library ------------------------------------
 
@@ -151,17 +152,13 @@ TEST(TraceFormatStandard, IntegersFollowTheirLengthModifier) {
   RunCases({
       {"%d", Args(-42), "-42"},
       {"%ld", Args(-42L), "-42"},
-      {"%lld", Args(LLONG_MIN), "-9223372036854775808"},
       {"%d", Args(0x1FFFFFFFFll), "-1"},
       {"%u", Args(-1), "4294967295"},
-      {"%lu", Args(-1L), "18446744073709551615"},
       {"%hhd", Args(255), "-1"},
       {"%hu", Args(0x12345), "9029"},
       {"%x", Args(0xFFFFFFFF12ull), "ffffff12"},
       {"%lx", Args(0xFFFFFFFF12ull), "ffffffff12"},
-      {"%#o", Args(8), "010"},
       {"%zu", Args(SIZE_MAX), "18446744073709551615"},
-      {"%+d", Args(3), "+3"},
   });
 }
 
@@ -171,14 +168,12 @@ TEST(TraceFormatStandard, WidthPrecisionAndGluedLiterals) {
       {"%s:", Args("abc"), "abc:"},
       {"(%d)", Args(7), "(7)"},
       {"%5d|", Args(42), "   42|"},
-      {"%-5d|", Args(42), "42   |"},
       {"%*d", Args(5, 42), "   42"},
       {"%-*d|", Args(-4, 1), "1   |"},
       {"%.2s", Args("hello"), "he"},
       {"%.*s", Args(3, "hello"), "hel"},
       {"%s", Args(nullText), "(null)"},
       {"%.3s|", Args(nullText), "|"},
-      {"%c%c", Args('Q', 'r'), "Qr"},
       {"%p", Args(nullptr), "(nil)"},
       {"%d items", Args(3), "3 items"},
   });
@@ -187,7 +182,6 @@ TEST(TraceFormatStandard, WidthPrecisionAndGluedLiterals) {
 TEST(TraceFormatStandard, FloatingPoint) {
   RunCases({
       {"%f", Args(1.5), "1.500000"},
-      {"%g", Args(0.0001), "0.0001"},
       {"%e", Args(12345.678), "1.234568e+04"},
       {"%05.1f", Args(3.14159), "003.1"},
       {"%.2f", Args(3), "3.00"},
@@ -254,12 +248,6 @@ TEST(TraceFormatCutting, NullMarkerNeedsEightBytesOfRoom) {
   EXPECT_EQ(Format("x%Sy", Args(nullText), 8), "xy");
 }
 
-TEST(TraceFormatCutting, ZeroSizeBufferIsLeftAlone) {
-  char buf[4] = {kCanary, kCanary, kCanary, kCanary};
-  EXPECT_EQ(TraceFormatMessage(buf, 0, "abc", {}), 0u);
-  EXPECT_EQ(buf[0], kCanary);
-}
-
 // ---- The whole line ---------------------------------------------------------
 
 std::string TimeText() {
@@ -318,20 +306,6 @@ TEST(TraceFormatLine, SuffixFitsExactlyOrIsCut) {
   EXPECT_EQ(cut.substr(cut.size() - (suffix.size() - 1)), suffix.substr(0, suffix.size() - 1));
 }
 
-TEST(TraceFormatLine, TinyBuffers) {
-  const TraceRecord record{TRACE_LEVEL_ERROR, TRACE_COMPONENT_CORE, 0, 0, 0};
-  char buf[8];
-  std::memset(buf, kCanary, sizeof buf);
-  EXPECT_EQ(TraceFormatLine(buf, 1, record, "abc", {}), 0u);
-  EXPECT_EQ(buf[0], '\0');
-  EXPECT_EQ(buf[1], kCanary);
-  std::memset(buf, kCanary, sizeof buf);
-  const std::size_t n = TraceFormatLine(buf, 4, record, "abc", {});
-  EXPECT_EQ(n, 3u);
-  EXPECT_EQ(buf[3], '\0');
-  EXPECT_EQ(buf[4], kCanary);
-}
-
 // ---- Gate, filter and the log file ------------------------------------------
 
 class TraceLogTest : public ::testing::Test {
@@ -385,6 +359,8 @@ TEST_F(TraceLogTest, EachCallAppendsOneLineCreatedPrivate) {
   EXPECT_EQ(st.st_mode & 07777, 0600u);
 
   TraceError(TRACE_COMPONENT_CORE, "first %!STATUS!", STATUS_NOT_FOUND);
+  TraceCloseLogFile();
+  TraceOpenLogFile(path_.c_str(), nullptr);  // reopening appends
   TraceWrite(TRACE_LEVEL_ERROR, TRACE_COMPONENT_PATH, 0, 0, 9, "second %s", "x");
   const std::vector<std::string> lines = Lines(Read(path_));
   ASSERT_EQ(lines.size(), 2u);
@@ -406,48 +382,30 @@ TEST_F(TraceLogTest, LineCarriesTheCallingThreadsId) {
   EXPECT_NE(text.find("from worker\t(" + std::to_string(workerTid) + ") [0]\n"), std::string::npos) << text;
 }
 
-TEST_F(TraceLogTest, LevelGate) {
+TEST_F(TraceLogTest, LevelGateAndComponentFilter) {
+  struct Gate {
+    std::uint32_t current;
+    std::uint32_t filter;
+    std::uint32_t level;
+    std::uint32_t component;
+    bool written;
+  };
+  constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+  constexpr Gate kGates[] = {
+      {2, kNone, 3, 7, false}, {2, kNone, 2, 7, true},  {2, kNone, 1, 7, true}, {5, kNone, 5, 7, true},
+      {5, kNone, 6, 7, false}, {0, kNone, 2, 7, false}, {2, 5, 2, 7, false},    {2, 5, 2, 5, true},
+      {1, 5, 1, 7, true},      {1, 5, 2, 7, false},
+  };
   TraceOpenLogFile(path_.c_str(), nullptr);
-  TraceWrite(TRACE_LEVEL_WARNING, TRACE_COMPONENT_CORE, 0, 0, 0, "dropped warning");
-  TraceWrite(TRACE_LEVEL_ERROR, TRACE_COMPONENT_CORE, 0, 0, 0, "kept error");
-  TraceWrite(1, TRACE_COMPONENT_CORE, 0, 0, 0, "kept level one");
-  TraceSetLevel(TRACE_LEVEL_DEBUG);
-  TraceWrite(TRACE_LEVEL_DEBUG, TRACE_COMPONENT_CORE, 0, 0, 0, "kept debug");
-  TraceWrite(6, TRACE_COMPONENT_CORE, 0, 0, 0, "dropped six");
-  TraceSetLevel(TRACE_LEVEL_NONE);
-  TraceWrite(TRACE_LEVEL_ERROR, TRACE_COMPONENT_CORE, 0, 0, 0, "dropped at none");
-  const std::string text = Read(path_);
-  EXPECT_EQ(Lines(text).size(), 3u);
-  for (const char* kept : {"kept error", "kept level one", "kept debug"}) {
-    EXPECT_NE(text.find(kept), std::string::npos) << kept;
+  std::size_t expected = 0;
+  for (const Gate& g : kGates) {
+    TraceSetLevel(g.current);
+    TraceSetComponentFilter(g.filter);
+    TraceWrite(g.level, g.component, 0, 0, 0, "level %u component %u", g.level, g.component);
+    expected += g.written ? 1 : 0;
+    EXPECT_EQ(Lines(Read(path_)).size(), expected)
+        << "current " << g.current << " filter " << g.filter << " level " << g.level << " component " << g.component;
   }
-  EXPECT_EQ(text.find("dropped"), std::string::npos) << text;
-}
-
-TEST_F(TraceLogTest, ComponentFilterUnlessLevelIsOne) {
-  TraceOpenLogFile(path_.c_str(), nullptr);
-  TraceSetComponentFilter(TRACE_COMPONENT_REGISTRY);
-  TraceError(TRACE_COMPONENT_CORE, "dropped other component");
-  TraceError(TRACE_COMPONENT_REGISTRY, "kept registry");
-  TraceSetLevel(1);
-  TraceWrite(1, TRACE_COMPONENT_CORE, 0, 0, 0, "kept at level one");
-  const std::string text = Read(path_);
-  EXPECT_EQ(Lines(text).size(), 2u);
-  EXPECT_NE(text.find("kept registry"), std::string::npos);
-  EXPECT_NE(text.find("kept at level one"), std::string::npos);
-  EXPECT_EQ(text.find("dropped"), std::string::npos);
-}
-
-TEST_F(TraceLogTest, AppendsToExistingContent) {
-  const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-  ASSERT_GE(fd, 0);
-  ASSERT_EQ(write(fd, "old\n", 4), 4);
-  close(fd);
-  TraceOpenLogFile(path_.c_str(), nullptr);
-  TraceError(TRACE_COMPONENT_CORE, "new");
-  const std::vector<std::string> lines = Lines(Read(path_));
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], "old\n");
 }
 
 TEST_F(TraceLogTest, ReopenCloseAndUnwritablePaths) {
@@ -474,6 +432,27 @@ TEST_F(TraceLogTest, ReopenCloseAndUnwritablePaths) {
   TraceCloseLogFile();  // closing twice is harmless
   EXPECT_EQ(Lines(Read(path_)).size(), 1u);
 }
+
+#ifdef VT_TRACE_COUNT_ALLOCATIONS
+TEST_F(TraceLogTest, WritingALineNeverAllocates) {
+  TraceOpenLogFile(path_.c_str(), nullptr);
+  const GUID guid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+  UNICODE_STRING name = TvConstantString(u"name");
+  const std::string longMessage(3000, 'x');
+  // Warm up once: the first localtime_r may load the time zone data.
+  TraceError(TRACE_COMPONENT_CORE, "warm up %d", 1);
+  gAllocations = 0;
+  gCountAllocations = true;
+  TraceError(TRACE_COMPONENT_CORE, "%!ERRNO! %!STATUS! %!GUID! %wZ %I64u %s %d", ENOENT, STATUS_NOT_FOUND, &guid,
+             &name, UINT64_MAX, "text", -1);
+  TraceError(TRACE_COMPONENT_CORE, "%5000d|%-5000s|%.5000f|%.900e|%5000.3000g", 1, "s", 1e300, 1.5, 2.5);
+  TraceError(TRACE_COMPONENT_CORE, longMessage.c_str());
+  TraceWrite(TRACE_LEVEL_DEBUG, TRACE_COMPONENT_CORE, 0, 0, 0, "dropped %d", 1);
+  gCountAllocations = false;
+  EXPECT_EQ(gAllocations.load(), 0);
+  EXPECT_GT(Read(path_).size(), 2 * (kTraceLineSize - 1));  // the lines did go out
+}
+#endif
 
 TEST_F(TraceLogTest, ConcurrentWritersNeverInterleaveWithinALine) {
   TraceOpenLogFile(path_.c_str(), nullptr);
