@@ -9,8 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
