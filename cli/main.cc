@@ -1,7 +1,7 @@
-#include <cstdio>
+#include "cli/driver.h"
 
-// PLACEHOLDER until the command-line driver lands.
-int main() {
-  std::fputs("vantorctl: the command line is not built yet\n", stdout);
-  return 0;
+int main(int argc, char** argv) {
+  // Destroyed after RunDriver's result is taken, before the exit handlers run.
+  const DriverExitScope exitScope;
+  return RunDriver(argc, argv);
 }

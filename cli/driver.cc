@@ -1,0 +1,187 @@
+#include "cli/driver.h"
+
+#include <getopt.h>
+
+#include <cstdint>
+#include <cstdio>
+
+#include "cli/option_table.h"
+#include "cli/usage.h"
+#include "options/option_context.h"
+#include "runtime/namespace.h"
+#include "runtime/trace.h"
+#include "store/simple_store.h"
+
+namespace {
+
+constexpr int kExitSuccess = 0;
+constexpr int kExitFailure = 1;
+constexpr char kShortOptions[] = "sgdfvh";
+
+// What the parse leaves behind for the checks and the dispatch.
+struct ParseState {
+  OptionContext context{};
+  std::uint8_t modeSet = 0;  // kMode* bits of every mode flag seen
+  char modeLetter = 0;       // the mode flag seen last
+};
+
+enum class ParseResult { Done, Usage, Failed };
+
+// Writes the usage hint that ends every failed run and returns its status.
+int Fail() {
+  std::fputs("Run 'vantorctl -h' OR 'vantorctl --help' for usage help\n", stderr);
+  return kExitFailure;
+}
+
+// Namespace switch and trace log, then the store. Returns false after writing
+// the failure's own line (these two failures print no usage hint).
+bool StartUp() {
+  NamespaceDetect();
+  if (NamespaceIsNamespaced()) {
+    if (!RedirectToolLogToStdout()) {
+      std::fputs("WARNING: failed to redirect logs to STDOUT\n", stderr);
+    }
+    // Opened through the link before the switch, so the descriptor stays this
+    // container's standard output afterwards.
+    TraceOpenToolLog();
+    if (!NT_SUCCESS(NamespaceSwitchToInit()) && !NamespaceSwitchCountAbove(0)) {
+      std::fputs("ERROR: failed switch to init mount namespace\n", stderr);
+      return false;
+    }
+    // A switch that failed part way carries on in the namespaces it reached.
+  } else {
+    TraceOpenToolLog();
+  }
+  if (!NT_SUCCESS(OpenSimpleStore())) {
+    std::fputs("ERROR: unable to initialize simple store\n", stderr);
+    return false;
+  }
+  return true;
+}
+
+void SelectMode(ParseState* state, std::uint8_t* flag, std::uint8_t mode, char letter) {
+  *flag = 1;
+  state->modeSet = static_cast<std::uint8_t>(state->modeSet | mode);
+  state->modeLetter = letter;
+}
+
+// Runs getopt_long to the end, marking the table rows given. The parser itself
+// reports unknown options and forbidden arguments (opterr stays on).
+ParseResult Parse(int argc, char** argv, ParseState* state) {
+  // The parser's own copy of the table's long-option records, plus the
+  // all-zero terminator.
+  option longOptions[kOptionCount + 1] = {};
+  for (std::size_t i = 0; i < kOptionCount; ++i) {
+    longOptions[i] = gOptionTable[i].longOption;
+  }
+
+  for (;;) {
+    const int c = getopt_long(argc, argv, kShortOptions, longOptions, nullptr);
+    switch (c) {
+      case -1:
+        return ParseResult::Done;
+      case 's':
+        SelectMode(state, &state->context.set, kModeSet, 's');
+        continue;
+      case 'g':
+        SelectMode(state, &state->context.get, kModeGet, 'g');
+        continue;
+      case 'd':
+        SelectMode(state, &state->context.del, kModeDelete, 'd');
+        continue;
+      case 'f':
+        state->context.force = 1;
+        continue;
+      case 'v':
+        state->context.verbose = 1;
+        continue;
+      case 'h':
+      case kRowHelp:
+        return ParseResult::Usage;
+      default:
+        break;
+    }
+    if (c < 0 || c >= static_cast<int>(kOptionCount)) {
+      return ParseResult::Failed;  // '?': already reported by the parser
+    }
+    OptionEntry& row = gOptionTable[c];
+    if (row.specified != 0) {
+      std::fprintf(stderr, "ERROR: --%s specified more than once\n", row.longOption.name);
+      return ParseResult::Failed;
+    }
+    row.specified = 1;
+    row.value = optarg;
+    ++state->context.remaining;
+  }
+}
+
+// The mode rules, in order. Returns false after writing the failing rule's line.
+bool CheckModes(int argc, char** argv, const ParseState& state) {
+  if (optind < argc) {
+    std::fprintf(stderr, "ERROR: unsupported non-option argument '%s'\n", argv[optind]);
+    return false;
+  }
+  if (state.modeSet == 0) {
+    std::fputs("ERROR: -g or -s or -d must be specified\n", stderr);
+    return false;
+  }
+  if (state.modeSet != kModeSet && state.modeSet != kModeGet && state.modeSet != kModeDelete) {
+    std::fputs("ERROR: -g and -s and -d are mutually exclusive\n", stderr);
+    return false;
+  }
+  if (state.context.remaining == 0) {
+    std::fprintf(stderr, "ERROR: no options specified for -%c  \n", state.modeLetter);
+    return false;
+  }
+  return true;
+}
+
+// Runs the handler of every given row in table order. A failed check or
+// handler stops the walk; what earlier handlers stored stays stored.
+bool Dispatch(ParseState* state) {
+  for (const OptionEntry& row : OptionTable()) {
+    if (row.specified == 0) {
+      continue;
+    }
+    if ((row.allowedModes & state->modeSet) == 0) {
+      std::fprintf(stderr, "ERROR: -%c with --%s is not supported.\n", state->modeLetter, row.longOption.name);
+      return false;
+    }
+    if (state->modeSet == kModeSet && row.longOption.has_arg != no_argument && row.value == nullptr) {
+      std::fprintf(stderr, "ERROR: --%s requires a value\n", row.longOption.name);
+      return false;
+    }
+    if (row.handler != nullptr && !NT_SUCCESS(row.handler(&state->context, row.value))) {
+      std::fprintf(stderr, "ERROR: failed to process the option --%s\n", row.longOption.name);
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int RunDriver(int argc, char** argv) {
+  if (!StartUp()) {
+    return kExitFailure;
+  }
+  ParseState state;
+  switch (Parse(argc, argv, &state)) {
+    case ParseResult::Usage:
+      PrintUsage(stdout);
+      return kExitSuccess;
+    case ParseResult::Failed:
+      return Fail();
+    case ParseResult::Done:
+      break;
+  }
+  if (!CheckModes(argc, argv, state) || !Dispatch(&state)) {
+    return Fail();
+  }
+  return kExitSuccess;
+}
+
+DriverExitScope::~DriverExitScope() {
+  CloseSimpleStore();
+  std::fputc('\n', stdout);
+}

@@ -1,0 +1,15 @@
+// The usage text, generated from the option table.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+// Writes the usage header and the GET, SET, DEL and HELP blocks to `stream`
+// (stdio; the caller owns the stream and adds the final newline).
+void PrintUsage(FILE* stream);
+
+// Writes one block: "where <heading> := { --row<text> |\n<23 blanks>--row<text> }\n"
+// over the rows whose allowed modes meet the low 8 bits of `mask`. The text is
+// the help text when the mask has a get, delete or help bit, else the value
+// syntax; rows whose chosen text is null are left out.
+void PrintUsageBlock(const char* heading, std::uint32_t mask, FILE* stream);
