@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cli/usage.h"
+#include "cli/usage_test_text.h"
 
 namespace {
 
@@ -134,65 +135,7 @@ TEST(OptionTable, UpdateRequestedFollowsTheUpdateRow) {
   gOptionTable[kRowTrace].specified = 0;
 }
 
-constexpr char kExpectedUsage[] =
-    "Usage: vantorctl -g GET_OPTIONS\n"
-    "       vantorctl -s [ -f ] SET_OPTIONS\n"
-    "       vantorctl -d [ -f ] DEL_OPTIONS\n"
-    "       vantorctl -h OR vantorctl --help for usage help\n"
-    "where GET_OPTIONS := { --cid for CustomerId |\n"
-    "                       --aid for AgentId |\n"
-    "                       --apd for App Proxy Disable |\n"
-    "                       --aph for App Proxy Host |\n"
-    "                       --app for App Proxy Port |\n"
-    "                       --trace for determining the configured trace level |\n"
-    "                       --pcpt preferred connection protocol type |\n"
-    "                       --feature to determine the configured sensor feature flags |\n"
-    "                       --metadata-query to determine the configured sensor cloud provider metadata query flags |\n"
-    "                       --version for version of sensor currently running |\n"
-    "                       --billing to configure the sensor billing type |\n"
-    "                       --tags for sensor grouping tags |\n"
-    "                       --provisioning-token for Provisioning Token |\n"
-    "                       --systags for system tags currently applied to a running sensor |\n"
-    "                       --backend for sensor backend |\n"
-    "                       --rfm-state for indicating whether the sensor is in Reduced Functionality Mode |\n"
-    "                       --rfm-reason to determine reason for sensor running in Reduced Functionality Mode |\n"
-    "                       --rfm-history to show history of sensor Reduced Functionality Mode reasons |\n"
-    "                       --logcounters for determining if Telemetry logging is enabled |\n"
-    "                       --loginterval for setting the interval of file logging |\n"
-    "                       --logduration for setting the duration of file logging }\n"
-    "where SET_OPTIONS := { --cid=\"{<uuid string>}\" |\n"
-    "                       --apd=true | --apd=false |\n"
-    "                       --aph=<app proxy host name> |\n"
-    "                       --app=<app proxy port> |\n"
-    "                       --trace=[none|err|warn|info|debug] |\n"
-    "                       --pcpt=[auto|ipv4|ipv6] |\n"
-    "                       --feature=[none,[enableLog[,disableLogBuffer[,disableOsfm[,emulateUpdate]]]]] |\n"
-    "                       --metadata-query=[[dis|en]able|[dis|en]ableAWS[,[dis|en]ableAzure[,[dis|en]ableGCP]]] |\n"
-    "                       --update SIGHUP the sensor for immediate trace/feature update |\n"
-    "                       --billing=[default|metered] |\n"
-    "                       --tags=<comma separated list of tags for sensor grouping> (allowed characters: all "
-    "alphanumerics, '/', '-', '_', '@', and '.') |\n"
-    "                       --provisioning-token=<provisioning token value> |\n"
-    "                       --backend=auto | --backend=bpf | --backend=kernel |\n"
-    "                       --logcounters=true | --logcounters=false |\n"
-    "                       --loginterval=<seconds> |\n"
-    "                       --logduration=<seconds> }\n"
-    "where DEL_OPTIONS := { --cid for CustomerId |\n"
-    "                       --aid for AgentId |\n"
-    "                       --apd for App Proxy Disable |\n"
-    "                       --aph for App Proxy Host |\n"
-    "                       --app for App Proxy Port |\n"
-    "                       --trace for determining the configured trace level |\n"
-    "                       --billing to configure the sensor billing type |\n"
-    "                       --tags for sensor grouping tags |\n"
-    "                       --provisioning-token for Provisioning Token |\n"
-    "                       --backend for sensor backend |\n"
-    "                       --logcounters for determining if Telemetry logging is enabled |\n"
-    "                       --loginterval for setting the interval of file logging |\n"
-    "                       --logduration for setting the duration of file logging }\n"
-    "where HELP_OPTIONS := { --help for usage help }\n";
-
-TEST(Usage, TextIsExact) { EXPECT_EQ(Capture([](FILE* s) { PrintUsage(s); }), kExpectedUsage); }
+TEST(Usage, TextIsExact) { EXPECT_EQ(Capture([](FILE* s) { PrintUsage(s); }), vt_test::kExpectedUsage); }
 
 TEST(Usage, BlocksListTheRightRows) {
   const auto block = [](const char* heading, std::uint32_t mask) {
