@@ -1,0 +1,75 @@
+// The namespace switch end to end: where the trace log goes and which /opt the
+// tool writes, run not namespaced and from another mount namespace.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/e2e/sandbox.h"
+#include "tests/support/store_image.h"
+
+namespace vt_test {
+namespace {
+
+constexpr char kStore[] = "/opt/Marrowlight/vantorstore";
+constexpr char kLog[] = "/var/log/vantorctl.log";
+// The repair of a store seeded with 5 bytes logs this line.
+constexpr char kRepairLine[] = "Invalid file /opt/Marrowlight/vantorstore length: 5";
+
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// Same namespaces as process 1, or process 1's links unreadable (a tmpfs over
+// /proc): the log is the regular file, nothing of it reaches stdout.
+TEST(NamespaceE2e, NotNamespacedRunLogsToTheLogFile) {
+  for (const bool procTmpfs : {false, true}) {
+    SCOPED_TRACE(procTmpfs ? "no /proc/1/ns" : "same namespaces");
+    SandboxOptions options;
+    options.args = {"-s", "--apd=true"};
+    options.files = {{kStore, "12345", 0660}};
+    options.procTmpfs = procTmpfs;
+    const SandboxResult r = RunInSandbox(options);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.links.count(kLog), 0u);
+    const std::optional<std::string> log = r.File(kLog);
+    ASSERT_TRUE(log.has_value()) << "no regular log file";
+    EXPECT_TRUE(Contains(*log, kRepairLine)) << *log;
+    EXPECT_FALSE(Contains(r.out, kRepairLine)) << r.out;
+    EXPECT_EQ(r.out.back(), '\n');
+    const std::optional<std::string> store = r.File(kStore);
+    ASSERT_TRUE(store.has_value());
+    EXPECT_EQ(StoreImage(*store).Get("DP"), U32Bytes(1));
+  }
+}
+
+// The tool starts in a mount namespace of its own with another /opt; it must
+// join process 1's (the sandbox shell's) and write the store there, with its
+// trace log redirected to its standard output.
+TEST(NamespaceE2e, NamespacedRunJoinsProcessOneAndLogsToStdout) {
+  SandboxOptions options;
+  options.files = {{kStore, "12345", 0660}, {kLog, "an old regular log\n", 0600}};
+  options.script =
+      "unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && "
+      "\"$VANTORCTL\" -s --apd=true; rc=$?; ls -A /opt/Marrowlight >\"$OUT/inner\"; exit $rc'";
+  const SandboxResult r = RunInSandbox(options);
+  EXPECT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+
+  // The write landed in process 1's store, repaired and then set.
+  const std::optional<std::string> store = r.File(kStore);
+  ASSERT_TRUE(store.has_value());
+  ASSERT_EQ(store->size(), kStoreSize);
+  StoreImage expected;
+  expected.Add("DP", U32Bytes(1));
+  EXPECT_EQ(*store, expected.bytes());
+  // ... and not in the tool's own /opt, which stayed empty.
+  EXPECT_EQ(r.File(r.outDir + "/inner"), "");
+
+  // The old log file became the link, and the trace line went to stdout.
+  EXPECT_EQ(r.File(kLog), std::nullopt);
+  ASSERT_EQ(r.links.count(kLog), 1u);
+  EXPECT_EQ(r.links.at(kLog), "/dev/stdout");
+  EXPECT_TRUE(Contains(r.out, kRepairLine)) << r.out;
+  EXPECT_EQ(r.out.back(), '\n');
+}
+
+}  // namespace
+}  // namespace vt_test
