@@ -1,0 +1,545 @@
+// The registry's file: load (OpenRegistry), flush through "<path>.tmp" and a
+// rename, close, and the text dump. The layout lives in registry_format.h.
+//
+// Process state (no static constructors): the root pointer, the rundown guard
+// and the two paths. OpenRegistry and CloseRegistry are serialised by their
+// caller; everything else holds the guard and then the registry lock.
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <span>
+
+#include "registry/registry.h"
+#include "registry/registry_format.h"
+#include "registry/registry_internal.h"
+#include "runtime/pool.h"
+#include "runtime/trace.h"
+
+namespace {
+
+namespace fmt = registry_format;
+
+constinit std::atomic<RegistryRoot*> g_root{nullptr};
+constinit RundownGuard g_guard{};
+// Owned copies, NUL-terminated: the registry file's path and its ".tmp" twin.
+// Both empty while no open has been attempted or after a close.
+constinit UNICODE_STRING g_registryPath{0, 0, nullptr};
+constinit UNICODE_STRING g_tempPath{0, 0, nullptr};
+
+constexpr char16_t kDefaultRegistryPath[] = u"/opt/Marrowlight/Registry.bin";
+constexpr UNICODE_STRING kTempSuffixString = TvConstantString(fmt::kTempSuffix);
+constexpr std::size_t kRuleLength = 92;
+constexpr auto kRule = [] {
+  std::array<char, kRuleLength + 1> rule{};
+  for (std::size_t i = 0; i < kRuleLength; ++i) {
+    rule[i] = '-';
+  }
+  return rule;
+}();
+constexpr int kFlushAttempts = 3;
+
+void FreePaths() {
+  RtlFreeUnicodeString(&g_registryPath);
+  TvFreePoolWithTag(g_tempPath.Buffer, TAG_REGISTRY);
+  g_tempPath = UNICODE_STRING{0, 0, nullptr};
+}
+
+// Remembers `path` and builds "<path>.tmp". On failure both are left empty.
+[[nodiscard]] NTSTATUS SetPaths(const UNICODE_STRING* path) {
+  FreePaths();
+  const std::size_t tempBytes = std::size_t{path->Length} + fmt::kTempPathExtraBytes;
+  if (tempBytes >= fmt::kTempPathBufferLimit) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  PoolBuffer temp(tempBytes, TAG_REGISTRY);
+  if (!temp) {
+    return STATUS_NO_MEMORY;
+  }
+  UNICODE_STRING tempPath{0, static_cast<std::uint16_t>(tempBytes), temp.as<WCHAR>()};
+  RtlCopyUnicodeString(&tempPath, path);
+  NTSTATUS status = RtlAppendUnicodeStringToString(&tempPath, &kTempSuffixString);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  status = RtlDuplicateUnicodeString(
+      RTL_DUPLICATE_UNICODE_STRING_NULL_TERMINATE | RTL_DUPLICATE_UNICODE_STRING_ALLOCATE_NULL_STRING, path,
+      &g_registryPath);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  (void)temp.release();
+  g_tempPath = tempPath;
+  return STATUS_SUCCESS;
+}
+
+// --- parser ----------------------------------------------------------------
+
+// Walks the file image with one position and builds the tree through the
+// provider, so nodes are appended in file order. The first damage ends the
+// walk with a failure status; what was built before it stays.
+class Parser {
+ public:
+  explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes), provider_(GetRegistryProvider()) {}
+
+  [[nodiscard]] NTSTATUS ParseStores() {
+    while (Remaining() != 0) {
+      if (bytes_[pos_] != fmt::kStoreEntry || Remaining() - fmt::kTypeBytes < fmt::kGuidBytes) {
+        return STATUS_FAIL_CHECK;
+      }
+      const GUID key = TakeGuid();
+      RegistryNode* store = nullptr;
+      NTSTATUS status = provider_->OpenStore(&key, nullptr, &store);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      status = ParseCollections(store);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+    }
+    return STATUS_SUCCESS;
+  }
+
+ private:
+  std::size_t Remaining() const { return bytes_.size() - pos_; }
+  bool At(std::uint8_t type) const { return Remaining() != 0 && bytes_[pos_] == type; }
+
+  // Consumes a type byte and the GUID after it (the caller checked the size).
+  GUID TakeGuid() {
+    pos_ += fmt::kTypeBytes;
+    const GUID key = fmt::DecodeGuid(bytes_.subspan(pos_).first<fmt::kGuidBytes>());
+    pos_ += fmt::kGuidBytes;
+    return key;
+  }
+
+  // Consumes a u16 length and that many bytes of UTF-16LE name into an aligned
+  // copy owned by `storage`.
+  [[nodiscard]] NTSTATUS TakeName(PoolBuffer& storage, UNICODE_STRING* name) {
+    if (Remaining() < fmt::kNameLengthBytes) {
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
+    const std::uint16_t length = fmt::ReadU16(&bytes_[pos_]);
+    pos_ += fmt::kNameLengthBytes;
+    if (length >= fmt::kNameLengthLimit || length > Remaining()) {
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
+    storage = PoolBuffer(length, TAG_REGISTRY);
+    if (!storage) {
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
+    std::memcpy(storage.get(), &bytes_[pos_], length);
+    pos_ += length;
+    *name = UNICODE_STRING{length, length, storage.as<WCHAR>()};
+    return STATUS_SUCCESS;
+  }
+
+  [[nodiscard]] NTSTATUS ParseCollections(RegistryNode* store) {
+    while (At(fmt::kCollectionEntry)) {
+      if (Remaining() - fmt::kTypeBytes < fmt::kGuidBytes) {
+        return STATUS_FAIL_CHECK;
+      }
+      const GUID key = TakeGuid();
+      RegistryNode* collection = nullptr;
+      NTSTATUS status = provider_->OpenCollection(store, 0, &key, &collection);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      status = ParseRecords(collection);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+    }
+    return STATUS_SUCCESS;
+  }
+
+  [[nodiscard]] NTSTATUS ParseRecords(RegistryNode* collection) {
+    while (At(fmt::kRecordEntry)) {
+      pos_ += fmt::kTypeBytes;
+      PoolBuffer storage;
+      UNICODE_STRING name{};
+      NTSTATUS status = TakeName(storage, &name);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      RegistryNode* record = nullptr;
+      status = provider_->CreateRecord(collection, &name, 0, &record, nullptr);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      status = ParseAttributes(record);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+    }
+    return STATUS_SUCCESS;
+  }
+
+  [[nodiscard]] NTSTATUS ParseAttributes(RegistryNode* record) {
+    while (At(fmt::kAttributeEntry)) {
+      pos_ += fmt::kTypeBytes;
+      PoolBuffer storage;
+      UNICODE_STRING name{};
+      NTSTATUS status = TakeName(storage, &name);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      if (Remaining() < fmt::kDataLengthBytes) {
+        return STATUS_INSUFFICIENT_RESOURCES;
+      }
+      const std::uint32_t length = fmt::ReadU32(&bytes_[pos_]);
+      pos_ += fmt::kDataLengthBytes;
+      if (length > Remaining()) {
+        return STATUS_INSUFFICIENT_RESOURCES;
+      }
+      // SetAttribute copies the data; the image is only read.
+      AttributeValue value{const_cast<std::uint8_t*>(&bytes_[pos_]), length, 0, STATUS_SUCCESS};
+      pos_ += length;
+      status = provider_->SetAttribute(record, &name, &value);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+    }
+    return STATUS_SUCCESS;
+  }
+
+  std::span<const std::uint8_t> bytes_;
+  std::size_t pos_ = 0;
+  const RegistryProvider* provider_;
+};
+
+// --- serialization ---------------------------------------------------------
+
+[[nodiscard]] NTSTATUS WriteField(FileHandle file, const void* data, std::size_t length) {
+  if (length == 0) {
+    return STATUS_SUCCESS;
+  }
+  std::uint32_t written = 0;
+  const NTSTATUS status = WriteFile(file, data, static_cast<std::uint32_t>(length), &written);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed write: %!STATUS!", status);
+  }
+  return status;
+}
+
+[[nodiscard]] NTSTATUS WriteGuidEntry(FileHandle file, std::uint8_t type, const GUID& guid) {
+  NTSTATUS status = WriteField(file, &type, fmt::kTypeBytes);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  std::array<std::uint8_t, fmt::kGuidBytes> bytes{};
+  fmt::EncodeGuid(guid, bytes);
+  return WriteField(file, bytes.data(), bytes.size());
+}
+
+// Type byte, u16 name length and the name. Names longer than the file's limit
+// are not expected here: every writer of the tree uses short names.
+[[nodiscard]] NTSTATUS WriteNamedEntry(FileHandle file, std::uint8_t type, const UNICODE_STRING& name) {
+  NTSTATUS status = WriteField(file, &type, fmt::kTypeBytes);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  std::uint8_t length[fmt::kNameLengthBytes];
+  fmt::WriteU16(length, name.Length);
+  status = WriteField(file, length, sizeof(length));
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  return WriteField(file, name.Buffer, name.Length);
+}
+
+// Depth-first, in sibling order. A node that asks for its children to be
+// skipped (a volatile one) is left out with everything below it; its later
+// siblings are still written, as volatility belongs to the node alone.
+[[nodiscard]] NTSTATUS SerializeList(const RegistryNode* first, FileHandle file) {
+  for (const RegistryNode* node = first; node != nullptr; node = node->Next) {
+    bool skipChildren = false;
+    NTSTATUS status = node->Serialize(node, file, &skipChildren);
+    if (!NT_SUCCESS(status)) {
+      return status;
+    }
+    if (!skipChildren) {
+      status = SerializeList(node->FirstChild, file);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+    }
+  }
+  return STATUS_SUCCESS;
+}
+
+// --- dump ----------------------------------------------------------------
+
+constexpr char kStoreLine[] =
+    "(Store) GUID: {0x%08X, 0x%04X, 0x%04X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X}\n";
+constexpr char kCollectionLine[] =
+    "(Collection) GUID: {0x%08X, 0x%04X, 0x%04X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, 0x%02X, "
+    "0x%02X} Volatile: %d\n";
+
+// Prints `format` with the GUID's eleven fields and, for formats that take it, a
+// trailing flag (ignored by formats that do not).
+void PrintGuidLine(RegistryPrinter printer, const char* format, const GUID& g, int flag) {
+  printer(format, static_cast<unsigned>(g.Data1), static_cast<unsigned>(g.Data2), static_cast<unsigned>(g.Data3),
+          static_cast<unsigned>(g.Data4[0]), static_cast<unsigned>(g.Data4[1]), static_cast<unsigned>(g.Data4[2]),
+          static_cast<unsigned>(g.Data4[3]), static_cast<unsigned>(g.Data4[4]), static_cast<unsigned>(g.Data4[5]),
+          static_cast<unsigned>(g.Data4[6]), static_cast<unsigned>(g.Data4[7]), flag);
+}
+
+void DumpChildren(const RegistryNode* parent, int depth, RegistryPrinter printer) {
+  for (const RegistryNode* node = parent->FirstChild; node != nullptr; node = node->Next) {
+    printer("|");
+    for (int i = 0; i <= depth; ++i) {
+      printer("     ");
+    }
+    node->Dump(node, printer);
+    DumpChildren(node, depth + 1, printer);
+  }
+}
+
+}  // namespace
+
+// --- node operations used by the tree -------------------------------------
+
+NTSTATUS SerializeStoreNode(const RegistryNode* node, FileHandle file, bool* skipChildren) {
+  *skipChildren = false;
+  return WriteGuidEntry(file, fmt::kStoreEntry, node->Guid);
+}
+
+NTSTATUS SerializeCollectionNode(const RegistryNode* node, FileHandle file, bool* skipChildren) {
+  *skipChildren = node->Volatile != 0;
+  if (*skipChildren) {
+    return STATUS_SUCCESS;
+  }
+  return WriteGuidEntry(file, fmt::kCollectionEntry, node->Guid);
+}
+
+NTSTATUS SerializeRecordNode(const RegistryNode* node, FileHandle file, bool* skipChildren) {
+  *skipChildren = node->Volatile != 0;
+  if (*skipChildren) {
+    return STATUS_SUCCESS;
+  }
+  return WriteNamedEntry(file, fmt::kRecordEntry, node->Name);
+}
+
+NTSTATUS SerializeAttributeNode(const RegistryNode* node, FileHandle file, bool* skipChildren) {
+  *skipChildren = false;
+  NTSTATUS status = WriteNamedEntry(file, fmt::kAttributeEntry, node->Name);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  std::uint8_t length[fmt::kDataLengthBytes];
+  fmt::WriteU32(length, node->DataLength);
+  status = WriteField(file, length, sizeof(length));
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  return WriteField(file, node->Data, node->DataLength);
+}
+
+void DumpStoreNode(const RegistryNode* node, RegistryPrinter printer) {
+  PrintGuidLine(printer, kStoreLine, node->Guid, 0);
+}
+
+void DumpCollectionNode(const RegistryNode* node, RegistryPrinter printer) {
+  PrintGuidLine(printer, kCollectionLine, node->Guid, node->Volatile);
+}
+
+void DumpRecordNode(const RegistryNode* node, RegistryPrinter printer) {
+  OwnedAnsiString name;
+  const NTSTATUS status = RtlUnicodeStringToAnsiString(name.ptr(), &node->Name, true);
+  if (NT_SUCCESS(status)) {
+    const ANSI_STRING& text = name.get();
+    printer("(Record) IndexName: %.*s Volatile: %d\n", static_cast<int>(text.Length),
+            text.Buffer != nullptr ? text.Buffer : "", static_cast<int>(node->Volatile));
+  } else {
+    // A name that cannot be shown as 8-bit text: logged and left out of the
+    // line, the same way as for attributes.
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to allocate IndexName: %!STATUS!", status);
+    printer("(Record) IndexName Volatile: %d\n", static_cast<int>(node->Volatile));
+  }
+}
+
+void DumpAttributeNode(const RegistryNode* node, RegistryPrinter printer) {
+  OwnedAnsiString name;
+  const NTSTATUS status = RtlUnicodeStringToAnsiString(name.ptr(), &node->Name, true);
+  if (NT_SUCCESS(status)) {
+    const ANSI_STRING& text = name.get();
+    printer("(Attribute) AttributeName: %.*s Length: %d Data: ", static_cast<int>(text.Length),
+            text.Buffer != nullptr ? text.Buffer : "", static_cast<int>(node->DataLength));
+  } else {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to allocate AttributeName: %!STATUS!", status);
+    printer("(Attribute) AttributeName Length: %d Data: ", static_cast<int>(node->DataLength));
+  }
+  for (std::uint32_t i = 0; i < node->DataLength; ++i) {
+    printer("%02X", static_cast<unsigned>(node->Data[i]));
+  }
+  printer("\n");
+}
+
+// --- shared with the tree ------------------------------------------------
+
+RegistryRoot* LoadedRegistry() { return g_root.load(); }
+RundownGuard* RegistryRundownGuard() { return &g_guard; }
+
+// --- public operations ---------------------------------------------------
+
+// An open registry is refused before its paths or guard are touched, so the
+// open tree keeps flushing to its own file.
+NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
+  if (g_root.load() != nullptr) {
+    return STATUS_FAIL_CHECK;
+  }
+  NTSTATUS status = SetPaths(path);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  InitializeRundownGuard(&g_guard);
+  RundownReference reference(&g_guard);
+
+  PoolBuffer rootMemory(sizeof(RegistryRoot), TAG_REGISTRY);
+  if (!rootMemory) {
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  std::memset(rootMemory.get(), 0, sizeof(RegistryRoot));
+  auto* root = new (rootMemory.get()) RegistryRoot{};
+  root->File = kInvalidFile;
+  InitializeRecursiveLockBlock(&root->Lock);
+
+  UniqueFile file;
+  status = OpenFileUnicode(&g_registryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
+  std::uint64_t length = 0;
+  if (NT_SUCCESS(status)) {
+    status = GetFileLength(file.get(), &length);
+  }
+  if (!NT_SUCCESS(status)) {
+    DestroyRecursiveLockBlock(&root->Lock);
+    return status;
+  }
+  g_root.store(static_cast<RegistryRoot*>(rootMemory.release()));  // open from here on
+  if (length == 0) {
+    return STATUS_SUCCESS;
+  }
+  // A file too large for one read, or a buffer that cannot be had, leaves the
+  // registry open and empty.
+  if (length > std::numeric_limits<std::uint32_t>::max()) {
+    return STATUS_SUCCESS;
+  }
+  PoolBuffer image(static_cast<std::size_t>(length), TAG_REGISTRY);
+  if (!image) {
+    return STATUS_SUCCESS;
+  }
+  root->File = file.get();
+  std::uint32_t count = 0;
+  if (NT_SUCCESS(ReadFile(file.get(), image.get(), static_cast<std::uint32_t>(length), &count))) {
+    // The parse status is not passed on: a damaged file loads up to the damage.
+    Parser parser(std::span<const std::uint8_t>(image.as<const std::uint8_t>(), count));
+    (void)parser.ParseStores();
+  }
+  root->File = kInvalidFile;
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS EnsureRegistryOpen() {
+  if (g_root.load() != nullptr) {
+    return STATUS_SUCCESS;
+  }
+  const UNICODE_STRING path = TvConstantString(kDefaultRegistryPath);
+  return OpenRegistry(&path);
+}
+
+NTSTATUS FlushRegistry() {
+  RegistryRoot* root = g_root.load();
+  if (root == nullptr) {
+    return STATUS_INVALID_HANDLE;
+  }
+  RundownReference reference(&g_guard);
+  if (!reference) {
+    return STATUS_TOO_LATE;
+  }
+  RecursiveLockGuard lock(&root->Lock);
+  if (root->Dirty == 0) {
+    return STATUS_SUCCESS;
+  }
+
+  NTSTATUS status = STATUS_UNSUCCESSFUL;
+  for (int attempt = 0; attempt < kFlushAttempts; ++attempt) {
+    root->File = kInvalidFile;
+    status = OpenFileUnicode(&g_tempPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE | OPEN_TRUNCATE, &root->File);
+    if (NT_SUCCESS(status)) {
+      if (root->FirstStore != nullptr) {
+        status = SerializeList(root->FirstStore, root->File);
+      }
+      (void)CloseFile(root->File);
+      root->File = kInvalidFile;
+    }
+    if (NT_SUCCESS(status)) {
+      status = RenameFile(&g_tempPath, &g_registryPath, true);
+      if (NT_SUCCESS(status)) {
+        root->Dirty = 0;
+        return STATUS_SUCCESS;
+      }
+    }
+  }
+
+  // Three failures: remove the on-disk registry rather than leave it stale; the
+  // tree stays in memory.
+  TraceError(TRACE_COMPONENT_REGISTRY, "Failed flush store: %!STATUS!", status);
+  status = DeleteFileUnicode(&g_registryPath);
+  if (status == STATUS_OBJECT_NAME_NOT_FOUND) {
+    status = STATUS_SUCCESS;
+  } else if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to delete store: %!STATUS!", status);
+  }
+  (void)DeleteFileUnicode(&g_tempPath);
+  root->Dirty = 0;
+  return status;
+}
+
+void CloseRegistry() {
+  RegistryRoot* root = g_root.load();
+  if (root == nullptr) {
+    return;
+  }
+  (void)FlushRegistry();
+  WaitForRundown(&g_guard);
+  {
+    RecursiveLockGuard lock(&root->Lock);
+    DestroyRegistryTree(root);
+  }
+  DestroyRecursiveLockBlock(&root->Lock);
+  g_root.store(nullptr);
+  root->~RegistryRoot();
+  TvFreePoolWithTag(root, TAG_REGISTRY);
+  FreePaths();
+}
+
+void DumpRegistry(RegistryPrinter printer) {
+  RegistryRoot* root = g_root.load();
+  if (root == nullptr) {
+    printer("Registry is null\n");
+    return;
+  }
+  RundownReference reference(&g_guard);
+  if (!reference) {
+    return;
+  }
+  printer("Registry\n");
+  printer("%s\n", kRule.data());
+  RecursiveLockGuard lock(&root->Lock);
+  for (const RegistryNode* store = root->FirstStore; store != nullptr; store = store->Next) {
+    printer("|");
+    printer("     ");
+    store->Dump(store, printer);
+    DumpChildren(store, 1, printer);
+  }
+}
+
+bool IsRegistryDirty() {
+  RegistryRoot* root = g_root.load();
+  if (root == nullptr) {
+    return false;
+  }
+  RecursiveLockGuard lock(&root->Lock);
+  return root->Dirty != 0;
+}

@@ -1,0 +1,78 @@
+// The registry file's binary layout, in one place. The file is a bare sequence of
+// entries (no header, magic, version, count or checksum); an empty file is an
+// empty registry. All integers are little-endian. Each entry starts with a
+// one-byte type code:
+//   0x01 Store       GUID (16 bytes: Data1 u32, Data2 u16, Data3 u16, Data4[8])
+//   0x02 Collection  GUID
+//   0x03 Record      u16 name length in bytes (< 0x8000), UTF-16LE name
+//   0x04 Attribute   u16 name length in bytes (< 0x8000), UTF-16LE name,
+//                    u32 data length, data bytes
+// Entries follow a depth-first walk of the tree in sibling order; a child's parent
+// is the nearest preceding entry of the level above. Volatile collections and
+// records, and everything below them, are not written.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "runtime/utf8.h"
+
+namespace registry_format {
+
+inline constexpr std::uint8_t kStoreEntry = 0x01;
+inline constexpr std::uint8_t kCollectionEntry = 0x02;
+inline constexpr std::uint8_t kRecordEntry = 0x03;
+inline constexpr std::uint8_t kAttributeEntry = 0x04;
+
+inline constexpr std::size_t kTypeBytes = 1;
+inline constexpr std::size_t kGuidBytes = 16;
+inline constexpr std::size_t kNameLengthBytes = 2;
+inline constexpr std::size_t kDataLengthBytes = 4;
+// Name lengths (bytes) must stay below this.
+inline constexpr std::uint32_t kNameLengthLimit = 0x8000;
+
+// The temporary file is the registry path with this appended; its buffer holds
+// the path, the suffix and a terminator and must stay below kTempPathBufferLimit.
+inline constexpr char16_t kTempSuffix[] = u".tmp";
+inline constexpr std::size_t kTempPathExtraBytes = 10;  // 8 for ".tmp", 2 for the terminator
+inline constexpr std::size_t kTempPathBufferLimit = 65535;
+
+inline constexpr std::uint16_t ReadU16(const std::uint8_t* p) {
+  return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
+}
+inline constexpr std::uint32_t ReadU32(const std::uint8_t* p) {
+  return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
+         (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
+}
+inline constexpr void WriteU16(std::uint8_t* p, std::uint16_t v) {
+  p[0] = static_cast<std::uint8_t>(v);
+  p[1] = static_cast<std::uint8_t>(v >> 8);
+}
+inline constexpr void WriteU32(std::uint8_t* p, std::uint32_t v) {
+  for (int i = 0; i < 4; ++i) {
+    p[i] = static_cast<std::uint8_t>(v >> (8 * i));
+  }
+}
+
+// GUID <-> its 16 file bytes.
+inline constexpr GUID DecodeGuid(std::span<const std::uint8_t, kGuidBytes> bytes) {
+  GUID guid{};
+  guid.Data1 = ReadU32(bytes.data());
+  guid.Data2 = ReadU16(bytes.data() + 4);
+  guid.Data3 = ReadU16(bytes.data() + 6);
+  for (std::size_t i = 0; i < 8; ++i) {
+    guid.Data4[i] = bytes[8 + i];
+  }
+  return guid;
+}
+inline constexpr void EncodeGuid(const GUID& guid, std::span<std::uint8_t, kGuidBytes> bytes) {
+  WriteU32(bytes.data(), guid.Data1);
+  WriteU16(bytes.data() + 4, guid.Data2);
+  WriteU16(bytes.data() + 6, guid.Data3);
+  for (std::size_t i = 0; i < 8; ++i) {
+    bytes[8 + i] = guid.Data4[i];
+  }
+}
+
+}  // namespace registry_format
