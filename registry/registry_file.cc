@@ -399,6 +399,7 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
 
   PoolBuffer rootMemory(sizeof(RegistryRoot), TAG_REGISTRY);
   if (!rootMemory) {
+    FreePaths();  // back to the closed state
     return STATUS_INSUFFICIENT_RESOURCES;
   }
   std::memset(rootMemory.get(), 0, sizeof(RegistryRoot));
@@ -414,6 +415,7 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   }
   if (!NT_SUCCESS(status)) {
     DestroyRecursiveLockBlock(&root->Lock);
+    FreePaths();  // back to the closed state
     return status;
   }
   g_root.store(static_cast<RegistryRoot*>(rootMemory.release()));  // open from here on

@@ -197,8 +197,12 @@ TEST_F(RegistryFile, OpenTwiceFailsAndKeepsTheOpenTree) {
 
   // After a close, nothing works until the next open, which works again.
   RegistryNode* store = nullptr;
-  EXPECT_EQ(p_->OpenStore(&kGuidA, nullptr, &store), STATUS_INVALID_HANDLE);
+  std::uint8_t created = 7;
+  EXPECT_EQ(p_->OpenStore(&kGuidA, &created, &store), STATUS_INVALID_HANDLE);
+  EXPECT_EQ(created, 0);
   EXPECT_EQ(FlushRegistry(), STATUS_INVALID_HANDLE);
+  EXPECT_FALSE(IsRegistryDirty());
+  CloseRegistry();  // harmless when closed
   EXPECT_EQ(Dump(), "Registry is null\n");
   ASSERT_EQ(Open(), STATUS_SUCCESS);
   EXPECT_EQ(p_->OpenStore(&kGuidB, nullptr, &store), STATUS_SUCCESS);

@@ -17,10 +17,10 @@ void DestroyRegistryTree(RegistryRoot* root);
 
 // Per-kind file entries (registry_file.cc). Each logs "Failed write: %!STATUS!"
 // once on a failed write and returns that status.
-NTSTATUS SerializeStoreNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
-NTSTATUS SerializeCollectionNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
-NTSTATUS SerializeRecordNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
-NTSTATUS SerializeAttributeNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
+[[nodiscard]] NTSTATUS SerializeStoreNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
+[[nodiscard]] NTSTATUS SerializeCollectionNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
+[[nodiscard]] NTSTATUS SerializeRecordNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
+[[nodiscard]] NTSTATUS SerializeAttributeNode(const RegistryNode* node, FileHandle file, bool* skipChildren);
 
 // Per-kind dump lines (registry_file.cc).
 void DumpStoreNode(const RegistryNode* node, RegistryPrinter printer);

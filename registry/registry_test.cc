@@ -105,17 +105,6 @@ TEST(RegistryProviderTable, VersionTwoWithTwentyOneSlotsAndSlotTwentyEmpty) {
   EXPECT_EQ(p->DeleteStore, p->DeleteRecord);
 }
 
-TEST(RegistryNotOpen, OpenStoreAndFlushReportAnInvalidHandle) {
-  const RegistryProvider* p = GetRegistryProvider();
-  std::uint8_t created = 7;
-  RegistryNode* store = nullptr;
-  EXPECT_EQ(p->OpenStore(&kGuidA, &created, &store), STATUS_INVALID_HANDLE);
-  EXPECT_EQ(created, 0);
-  EXPECT_EQ(FlushRegistry(), STATUS_INVALID_HANDLE);
-  EXPECT_FALSE(IsRegistryDirty());
-  CloseRegistry();  // harmless when closed
-}
-
 TEST_F(RegistryTree, OpenStoreFindsOrCreatesAndDirtiesOnlyOnCreation) {
   EXPECT_FALSE(IsRegistryDirty());
   std::uint8_t created = 0;

@@ -156,30 +156,6 @@ TEST(RecursiveLock, NestedCountsAndFreeOnlyAfterTheLastRelease) {
   EXPECT_EQ(lock.State, STATUS_NOT_INITIALIZED_SYNC);
 }
 
-TEST(RecursiveLock, ProtectsACounterAcrossThreads) {
-  RecursiveLock lock;
-  PrepareRecursiveLock(&lock);
-  ASSERT_EQ(InitializeRecursiveLock(&lock), STATUS_SUCCESS);
-  long counter = 0;  // deliberately plain: only the lock protects it
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 2000; ++i) {
-        (void)AcquireRecursiveLock(&lock);
-        (void)AcquireRecursiveLock(&lock);
-        ++counter;
-        ReleaseRecursiveLock(&lock);
-        ReleaseRecursiveLock(&lock);
-      }
-    });
-  }
-  for (auto& t : threads) {
-    t.join();
-  }
-  EXPECT_EQ(counter, 8000);
-  DeleteRecursiveLock(&lock);
-}
-
 TEST(OwnedMutex, HeldOnlyByTheAcquiringThread) {
   OwnedMutex mutex;
   PrepareOwnedMutex(&mutex);
