@@ -120,7 +120,7 @@ class Parser {
     if (Remaining() < fmt::kNameLengthBytes) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
-    const std::uint16_t length = fmt::ReadU16(&bytes_[pos_]);
+    const std::uint16_t length = fmt::ReadU16(bytes_.data() + pos_);
     pos_ += fmt::kNameLengthBytes;
     if (length >= fmt::kNameLengthLimit || length > Remaining()) {
       return STATUS_INSUFFICIENT_RESOURCES;
@@ -129,7 +129,7 @@ class Parser {
     if (!storage) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
-    std::memcpy(storage.get(), &bytes_[pos_], length);
+    std::memcpy(storage.get(), bytes_.data() + pos_, length);
     pos_ += length;
     *name = UNICODE_STRING{length, length, storage.as<WCHAR>()};
     return STATUS_SUCCESS;
@@ -188,13 +188,13 @@ class Parser {
       if (Remaining() < fmt::kDataLengthBytes) {
         return STATUS_INSUFFICIENT_RESOURCES;
       }
-      const std::uint32_t length = fmt::ReadU32(&bytes_[pos_]);
+      const std::uint32_t length = fmt::ReadU32(bytes_.data() + pos_);
       pos_ += fmt::kDataLengthBytes;
       if (length > Remaining()) {
         return STATUS_INSUFFICIENT_RESOURCES;
       }
       // SetAttribute copies the data; the image is only read.
-      AttributeValue value{const_cast<std::uint8_t*>(&bytes_[pos_]), length, 0, STATUS_SUCCESS};
+      AttributeValue value{const_cast<std::uint8_t*>(bytes_.data() + pos_), length, 0, STATUS_SUCCESS};
       pos_ += length;
       status = provider_->SetAttribute(record, &name, &value);
       if (!NT_SUCCESS(status)) {
