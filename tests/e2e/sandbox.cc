@@ -197,6 +197,13 @@ std::string BuildScript(const SandboxOptions& options, const std::string& work, 
   for (const std::string& root : roots) {
     s += "mount -t tmpfs tmpfs /" + root + "\n";
   }
+  if (options.procTmpfs) {
+    // Processes still need /proc (the sanitizers' runtimes read /proc/self and
+    // /proc/<pid>): keep a real proc instance under the tmpfs and link its
+    // entries, and the PIDs this young namespace will hand out, into place.
+    s += "mkdir /proc/.host\nmount -t proc proc /proc/.host\n"
+         "(cd /proc && ln -s .host/* . && ln -sf $(seq -f .host/%g 1 1024) .)\n";
+  }
   for (const std::string& root : roots) {
     s += "if [ -d " + w + "/seed/" + root + " ]; then cp -a " + w + "/seed/" + root + "/. /" + root + "/; fi\n";
   }
@@ -221,6 +228,9 @@ std::string BuildScript(const SandboxOptions& options, const std::string& work, 
   }
   s += " <" + std::string("/dev/null") + " >" + w + "/stdout 2>" + w + "/stderr\n";
   s += "echo $? >" + w + "/status\nset -e\n";
+  if (options.procTmpfs) {
+    s += "umount /proc/.host\nrmdir /proc/.host\nfind /proc -maxdepth 1 -type l -lname '.host/*' -delete\n";
+  }
   for (const std::string& root : roots) {
     s += "mkdir -p " + w + "/after/" + root + "\ncp -a /" + root + "/. " + w + "/after/" + root + "/\n";
   }

@@ -36,8 +36,10 @@ struct SandboxOptions {
   std::vector<std::string> dirs;
   bool createVendorDir = true;
   // Mount a tmpfs over /proc as well (after the namespaces are set up), so a
-  // test can create /proc/vantor_lsm_serviceable/systags. /proc/1/ns is then
-  // absent and the tool runs as not namespaced.
+  // test can create /proc/vantor_lsm_serviceable/systags. The sandbox's own proc
+  // instance stays reachable through links in that tmpfs (/proc/self, /proc/<pid>,
+  // /proc/1/ns...), so the tool still runs as not namespaced and sanitizer
+  // runtimes still find what they read.
   bool procTmpfs = false;
   // Instead of one program run: a /bin/sh script run inside the sandbox after
   // seeding, with $VANTORCTL set to the binary and $OUT to a writable host
