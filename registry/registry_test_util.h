@@ -1,10 +1,8 @@
-// Test helpers for the registry: a temporary directory, counted-string views of
-// test text, file bytes, an independent byte-level builder of registry files, and
-// a capturing printer for DumpRegistry.
+// Test helpers for the registry: a fixture on a temporary registry file with
+// node shortcuts, file bytes, an independent byte-level builder of registry
+// files, and a capturing printer for DumpRegistry.
 #pragma once
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,51 +12,14 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "registry/registry.h"
+#include "runtime/trace.h"
 
 namespace registry_test {
-
-// mkdtemp under /tmp, removed with its contents at the end.
-class TempDir {
- public:
-  TempDir() {
-    char pattern[] = "/tmp/vt_registry_XXXXXX";
-    const char* made = mkdtemp(pattern);
-    EXPECT_NE(made, nullptr);
-    path_ = made != nullptr ? made : "";
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  ~TempDir() { RemoveTree(path_); }
-  std::string File(const std::string& name) const { return path_ + "/" + name; }
-  const std::string& path() const { return path_; }
-
-  static void RemoveTree(const std::string& path) {
-    struct stat st {};
-    if (lstat(path.c_str(), &st) != 0) {
-      return;
-    }
-    if (S_ISDIR(st.st_mode)) {
-      if (DIR* dir = opendir(path.c_str())) {
-        while (dirent* entry = readdir(dir)) {
-          const std::string name = entry->d_name;
-          if (name != "." && name != "..") {
-            RemoveTree(path + "/" + name);
-          }
-        }
-        closedir(dir);
-      }
-      rmdir(path.c_str());
-    } else {
-      unlink(path.c_str());
-    }
-  }
-
- private:
-  std::string path_;
-};
 
 // A UNICODE_STRING over ASCII test text; owns its UTF-16 copy.
 class Wide {
@@ -68,10 +29,7 @@ class Wide {
     string_.MaximumLength = static_cast<std::uint16_t>(text_.size() * 2 + 2);
     string_.Buffer = text_.data();
   }
-  Wide(const Wide&) = delete;
-  Wide& operator=(const Wide&) = delete;
   const UNICODE_STRING* get() const { return &string_; }
-  UNICODE_STRING* mutable_get() { return &string_; }
 
  private:
   std::u16string text_;
@@ -80,43 +38,40 @@ class Wide {
 
 inline bool FileExists(const std::string& path) {
   struct stat st {};
-  return stat(path.c_str(), &st) == 0;
+  return lstat(path.c_str(), &st) == 0;
 }
 
 inline std::string ReadBytes(const std::string& path) {
   std::string bytes;
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
+  FILE* f = std::fopen(path.c_str(), "rb");
+  if (f == nullptr) {
     ADD_FAILURE() << "cannot open " << path;
     return bytes;
   }
   char chunk[4096];
-  ssize_t n;
-  while ((n = read(fd, chunk, sizeof(chunk))) > 0) {
-    bytes.append(chunk, static_cast<std::size_t>(n));
+  for (std::size_t n; (n = std::fread(chunk, 1, sizeof(chunk), f)) > 0;) {
+    bytes.append(chunk, n);
   }
-  close(fd);
+  std::fclose(f);
   return bytes;
 }
 
 inline void WriteBytes(const std::string& path, const std::string& bytes) {
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0660);
-  ASSERT_GE(fd, 0) << path;
-  ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-  close(fd);
+  FILE* f = std::fopen(path.c_str(), "wb");
+  ASSERT_NE(f, nullptr) << path;
+  EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), f), bytes.size());
+  std::fclose(f);
 }
 
-// Builds registry file images byte by byte, written out independently of the
-// product's own encoder.
+// Builds registry file images byte by byte, independently of the product's
+// own encoder.
 class Image {
  public:
   Image& Store(const GUID& g) { return Byte(0x01).Guid(g); }
   Image& Collection(const GUID& g) { return Byte(0x02).Guid(g); }
   Image& Record(const std::string& name) { return Byte(0x03).Name(name); }
   Image& Attribute(const std::string& name, const std::string& data) {
-    Byte(0x04).Name(name).U32(static_cast<std::uint32_t>(data.size()));
-    bytes_ += data;
-    return *this;
+    return Byte(0x04).Name(name).U32(static_cast<std::uint32_t>(data.size())).Raw(data);
   }
   Image& Raw(const std::string& raw) {
     bytes_ += raw;
@@ -127,15 +82,10 @@ class Image {
     return *this;
   }
   Image& U16(std::uint16_t v) { return Byte(static_cast<std::uint8_t>(v)).Byte(static_cast<std::uint8_t>(v >> 8)); }
-  Image& U32(std::uint32_t v) {
-    return U16(static_cast<std::uint16_t>(v)).U16(static_cast<std::uint16_t>(v >> 16));
-  }
+  Image& U32(std::uint32_t v) { return U16(static_cast<std::uint16_t>(v)).U16(static_cast<std::uint16_t>(v >> 16)); }
   Image& Guid(const GUID& g) {
     U32(g.Data1).U16(g.Data2).U16(g.Data3);
-    for (std::uint8_t b : g.Data4) {
-      Byte(b);
-    }
-    return *this;
+    return Raw(std::string(reinterpret_cast<const char*>(g.Data4), 8));
   }
   Image& Name(const std::string& ascii) {
     U16(static_cast<std::uint16_t>(ascii.size() * 2));
@@ -151,7 +101,7 @@ class Image {
   std::string bytes_;
 };
 
-// DumpRegistry printer that appends to one process-wide buffer.
+// DumpRegistry's output as one string.
 inline std::string& CapturedDump() {
   static std::string text;
   return text;
@@ -171,22 +121,74 @@ inline std::string Dump() {
   return CapturedDump();
 }
 
-// Opens the registry on a temporary file and closes it again at the end.
-class OpenedRegistry {
- public:
-  explicit OpenedRegistry(const std::string& path) : path_(path) { status_ = OpenRegistry(path_.get()); }
-  OpenedRegistry(const OpenedRegistry&) = delete;
-  OpenedRegistry& operator=(const OpenedRegistry&) = delete;
-  ~OpenedRegistry() { CloseRegistry(); }
-  NTSTATUS status() const { return status_; }
-
- private:
-  Wide path_;
-  NTSTATUS status_;
-};
-
 inline constexpr GUID kGuidA = {0x11223344, 0x5566, 0x7788, {0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x01}};
 inline constexpr GUID kGuidB = {0xA0B0C0D0, 0x0102, 0x0304, {1, 2, 3, 4, 5, 6, 7, 8}};
 inline constexpr GUID kGuidC = {0x00000001, 0x0000, 0xFFFF, {0, 0, 0, 0, 0, 0, 0, 0x80}};
+
+// A registry file "Registry.bin" in a mkdtemp directory under /tmp (removed at
+// the end), node shortcuts that expect success, and a close at the end.
+class RegistryFixture : public ::testing::Test {
+ protected:
+  RegistryFixture() {
+    char pattern[] = "/tmp/vt_registry_XXXXXX";
+    const char* made = mkdtemp(pattern);
+    EXPECT_NE(made, nullptr);
+    dir_ = made != nullptr ? made : "/tmp/vt_registry_unmade";
+  }
+  ~RegistryFixture() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(dir_, ignored);
+  }
+  void TearDown() override { CloseRegistry(); }
+
+  std::string File(const std::string& name) const { return dir_ + "/" + name; }
+  std::string Path() const { return File("Registry.bin"); }
+  std::string TempPath() const { return Path() + ".tmp"; }
+  NTSTATUS Open() { return OpenRegistry(Wide(Path()).get()); }
+
+  RegistryNode* Store(const GUID& g) {
+    RegistryNode* node = nullptr;
+    EXPECT_EQ(p_->OpenStore(&g, nullptr, &node), STATUS_SUCCESS);
+    return node;
+  }
+  RegistryNode* Collection(RegistryNode* store, const GUID& g, std::uint8_t isVolatile = 0) {
+    RegistryNode* node = nullptr;
+    EXPECT_EQ(p_->OpenCollection(store, isVolatile, &g, &node), STATUS_SUCCESS);
+    return node;
+  }
+  RegistryNode* Record(RegistryNode* collection, const std::string& name, std::uint8_t isVolatile = 0) {
+    RegistryNode* node = nullptr;
+    EXPECT_EQ(p_->CreateRecord(collection, Wide(name).get(), isVolatile, &node, nullptr), STATUS_SUCCESS);
+    return node;
+  }
+  NTSTATUS Set(RegistryNode* record, const std::string& name, std::string data) {
+    AttributeValue value{data.data(), static_cast<std::uint32_t>(data.size()), 0, STATUS_SUCCESS};
+    return p_->SetAttribute(record, Wide(name).get(), &value);
+  }
+  // The children of `parent`, in enumeration order.
+  std::vector<RegistryNode*> Children(RegistryNode* parent) {
+    std::vector<RegistryNode*> children;
+    RegistryEnumeration* walk = nullptr;
+    EXPECT_EQ(p_->OpenEnumeration(parent, nullptr, &walk), STATUS_SUCCESS);
+    RegistryNode* child = nullptr;
+    while (p_->EnumerateNext(walk, &child) == STATUS_SUCCESS) {
+      children.push_back(child);
+    }
+    EXPECT_EQ(p_->CloseEnumeration(walk), STATUS_SUCCESS);
+    return children;
+  }
+  // Runs `body` with the trace log sent to a file in the directory; returns the log.
+  template <typename Body>
+  std::string Traced(Body body) {
+    const std::string log = File("trace.log");
+    TraceOpenLogFile(log.c_str(), nullptr);
+    body();
+    TraceCloseLogFile();
+    return ReadBytes(log);
+  }
+
+  std::string dir_;
+  const RegistryProvider* p_ = GetRegistryProvider();
+};
 
 }  // namespace registry_test
