@@ -8,227 +8,145 @@
 #include <vector>
 
 #include "tests/e2e/option_case.h"
-#include "tests/e2e/sandbox.h"
-#include "tests/support/store_image.h"
 
 namespace vt_test {
 namespace {
 
 constexpr char kSystagsFile[] = "/proc/vantor_lsm_serviceable/systags";
 constexpr char kRegistryPath[] = "/opt/Marrowlight/Registry.bin";
+constexpr char kBitmapName[] = "{c68df783-ec90-43ab-b6b3-03001700cc2b}";
+constexpr char kListName[] = "{f8e11898-7dc7-4025-abc3-b930753f2911}";
 
 // ---- Registry file bytes, built by hand ----
 
 std::string U16Bytes(std::uint16_t v) { return std::string{static_cast<char>(v & 0xFF), static_cast<char>(v >> 8)}; }
 
-std::string Utf16(const std::string& ascii) {
-  std::string bytes;
-  for (char c : ascii) {
-    bytes.push_back(c);
-    bytes.push_back('\0');
-  }
+std::string Named(const std::string& ascii) {  // u16 byte length + UTF-16LE
+  std::string bytes = U16Bytes(static_cast<std::uint16_t>(ascii.size() * 2));
+  for (char c : ascii) bytes += std::string{c, '\0'};
   return bytes;
 }
 
 // 0x01 + the system-tag store GUID, 0x02 + the system-tag collection GUID.
-std::string SystemTagStoreAndCollection() {
-  std::string bytes = "\x01";
-  bytes += U32Bytes(0x733c9a98) + U16Bytes(0x7f6b) + U16Bytes(0x4538);
-  bytes += std::string("\x9a\x35\x5c\x19\x5f\x22\x4c\x0d", 8);
-  bytes += "\x02";
-  bytes += std::string(15, '\0') + "\x0b";
-  return bytes;
+std::string TagStore() {
+  return "\x01" + U32Bytes(0x733c9a98) + U16Bytes(0x7f6b) + U16Bytes(0x4538) +
+         std::string("\x9a\x35\x5c\x19\x5f\x22\x4c\x0d", 8) + "\x02" + std::string(15, '\0') + "\x0b";
 }
-
-std::string RecordEntry(const std::string& name) {
-  return "\x03" + U16Bytes(static_cast<std::uint16_t>(name.size() * 2)) + Utf16(name);
+std::string Attribute(const std::string& name, const std::string& data) {
+  return "\x04" + Named(name) + U32Bytes(static_cast<std::uint32_t>(data.size())) + data;
 }
-
-std::string AttributeEntry(const std::string& name, const std::string& data) {
-  return "\x04" + U16Bytes(static_cast<std::uint16_t>(name.size() * 2)) + Utf16(name) +
-         U32Bytes(static_cast<std::uint32_t>(data.size())) + data;
-}
-
-constexpr char kBitmapName[] = "{c68df783-ec90-43ab-b6b3-03001700cc2b}";
-constexpr char kListName[] = "{f8e11898-7dc7-4025-abc3-b930753f2911}";
-
-std::string RegistryWithTags(const std::string& bitmap, const std::vector<std::uint64_t>& list) {
-  std::string listBytes;
-  for (std::uint64_t v : list) listBytes += U64Bytes(v);
-  return SystemTagStoreAndCollection() + RecordEntry("00:00:00:00") + AttributeEntry(kBitmapName, bitmap) +
-         AttributeEntry(kListName, listBytes);
-}
-
 std::string Bitmap(std::initializer_list<std::pair<int, unsigned char>> bytes) {
   std::string bitmap(64, '\0');
   for (auto [index, value] : bytes) bitmap[static_cast<std::size_t>(index)] = static_cast<char>(value);
   return bitmap;
+}
+std::string WithBitmap(const std::string& bitmap) {
+  return TagStore() + "\x03" + Named("00:00:00:00") + Attribute(kBitmapName, bitmap);
+}
+std::string Registry(const std::string& bitmap, const std::vector<std::uint64_t>& list) {
+  std::string listBytes;
+  for (std::uint64_t v : list) listBytes += U64Bytes(v);
+  return WithBitmap(bitmap) + Attribute(kListName, listBytes);
+}
+
+SandboxResult RunWith(std::vector<std::string> args, std::vector<SeedFile> files, bool procTmpfs,
+                      std::vector<std::string> dirs = {}) {
+  SandboxOptions options;
+  options.args = std::move(args);
+  options.files = std::move(files);
+  options.dirs = std::move(dirs);
+  options.procTmpfs = procTmpfs;
+  return RunInSandbox(options);
+}
+
+TEST(StatusE2e, SystagsFromTheKernelFile) {
+  std::string big;
+  for (int i = 0; big.size() < 5000; ++i) big += std::to_string(i) + "\n";
+  // Content and what is printed: lines, no final newline with odd bytes, a NUL
+  // that ends the text, nothing, and more than 4095 bytes.
+  for (const auto& [content, printed] :
+       {std::pair<std::string, std::string>{"12\n345\n", "12\n345\n"}, {"7,\t\xff x", "7,\t\xff x"},
+        {std::string("1\n\0" "2\n", 5), "1\n"}, {"", ""}, {big, big.substr(0, 4095)}}) {
+    SCOPED_TRACE(printed.size());
+    // A registry that would give other tags must not be consulted.
+    const std::string registry = Registry(Bitmap({{0, 1}}), {99});
+    ExpectRun(RunWith({"-g", "--systags"}, {{kSystagsFile, content, 0644}, {kRegistryPath, registry}}, true),
+              printed + "\n", "", 0);
+  }
+  // The lines do not count down: rfm-state is not the last result and gets ", ".
+  ExpectRun(RunWith({"-g", "--systags", "--rfm-state"}, {{kSystagsFile, "5\n", 0644}}, true),
+            "5\nrfm-state is not set, \n", "", 0);
+  // A directory in place of the file: it exists and opens, but cannot be read.
+  ExpectRun(RunWith({"-g", "--systags"}, {}, true, {kSystagsFile}), "\n",
+            HandlerFailure("Could not read systags\n", "systags"), 1);
+}
+
+TEST(StatusE2e, SystagsFromTheRegistry) {
+  const std::string failed = HandlerFailure("", "systags");
+  const struct {
+    const char* name;
+    std::vector<std::string> args;
+    std::string registry;
+    std::string out;
+    std::string err;
+  } cases[] = {
+      {"bitmap edges and a list value", {"-g", "--systags"}, Registry(Bitmap({{0, 0x05}, {63, 0x80}}), {1000}),
+       "0\n2\n511\n1000\n\n", ""},
+      {"list order and duplicates kept, 64-bit values", {"-g", "--systags"},
+       Registry(Bitmap({{1, 0x80}}), {7, 15, 0xFFFFFFFFFFFFFFFFull}), "15\n7\n15\n18446744073709551615\n\n", ""},
+      {"nothing set", {"-g", "--systags"}, Registry(Bitmap({}), {}), "\n", ""},
+      {"no count down", {"-g", "--systags", "--rfm-reason"}, Registry(Bitmap({{0, 0x02}}), {}),
+       "1\nrfm-reason is not set, \n", ""},
+      // Without the system-tag record the enumeration fails with no diagnostic
+      // of the handler's own; bitmap tags print before a missing list fails.
+      {"no record", {"-g", "--systags"}, TagStore(), "\n", failed},
+      {"no list", {"-g", "--systags"}, WithBitmap(Bitmap({{2, 0x01}})), "16\n\n", failed},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ExpectRun(RunTool(c.args, {{kRegistryPath, c.registry}}), c.out, c.err, c.err.empty() ? 0 : 1);
+  }
+  // A registry that cannot be loaded: nothing on stdout but the final newline.
+  ExpectRun(RunWith({"-g", "--systags"}, {}, false, {kRegistryPath}), "\n",
+            HandlerFailure("Could not read systags\n", "systags"), 1);
 }
 
 std::string Entry(std::uint32_t backend, std::uint32_t inRfm, std::uint32_t reason) {
   return U32Bytes(backend) + U32Bytes(inRfm) + U32Bytes(reason);
 }
 
-SandboxResult RunWithProcFile(std::vector<std::string> args, std::vector<SeedFile> files,
-                              std::vector<std::string> dirs = {}) {
-  SandboxOptions options;
-  options.args = std::move(args);
-  options.files = std::move(files);
-  options.dirs = std::move(dirs);
-  options.procTmpfs = true;
-  return RunInSandbox(options);
-}
-
-void ExpectRun(const SandboxResult& r, const std::string& out, const std::string& err, int exitCode) {
-  EXPECT_EQ(r.out, out);
-  EXPECT_EQ(r.err, err);
-  EXPECT_EQ(r.exitCode, exitCode);
-}
-
-// ---- --version ----
-
-TEST(StatusE2e, VersionLineDoesNotCountDown) {
-  ExpectRun(RunTool({"-g", "--version"}), "version = 1.0.0.0\n\n", "", 0);
-  // The version line leaves `remaining` alone, so rfm-state is not the last
-  // counted result and gets ", ".
-  ExpectRun(RunTool({"-g", "--version", "--rfm-state"}), "version = 1.0.0.0\nrfm-state is not set, \n", "", 0);
-}
-
-// ---- --systags from the kernel interface file ----
-
-TEST(StatusE2e, SystagsCopiesKernelFile) {
-  std::string big;
-  for (int i = 0; big.size() < 5000; ++i) big += std::to_string(i) + "\n";
-  struct Case {
-    const char* name;
-    std::string content;
-    std::string printed;
-  };
-  const Case cases[] = {
-      {"lines", "12\n345\n", "12\n345\n"},
-      {"no final newline, odd bytes", "7,\t\xff x", "7,\t\xff x"},
-      {"ends at a NUL", std::string("1\n\0" "2\n", 5), "1\n"},
-      {"empty", "", ""},
-      {"cut at 4095 bytes", big, big.substr(0, 4095)},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    // A registry that would give other tags must not be consulted.
-    const SandboxResult r = RunWithProcFile(
-        {"-g", "--systags"},
-        {{kSystagsFile, c.content, 0644}, {kRegistryPath, RegistryWithTags(Bitmap({{0, 0x01}}), {99}), 0660}});
-    ExpectRun(r, c.printed + "\n", "", 0);
-  }
-}
-
-TEST(StatusE2e, SystagsKernelFileDoesNotCountDownAndReadFailureIsReported) {
-  const SandboxResult both =
-      RunWithProcFile({"-g", "--systags", "--rfm-state"}, {{kSystagsFile, "5\n", 0644}});
-  ExpectRun(both, "5\nrfm-state is not set, \n", "", 0);
-
-  // A directory in place of the file: it exists and opens, but cannot be read.
-  const SandboxResult unreadable = RunWithProcFile({"-g", "--systags"}, {}, {kSystagsFile});
-  ExpectRun(unreadable, "\n", HandlerFailure("Could not read systags\n", "systags"), 1);
-}
-
-// ---- --systags from the registry ----
-
-TEST(StatusE2e, SystagsFromRegistryBitmapThenList) {
-  struct Case {
-    const char* name;
-    std::string registry;
-    std::string out;
-  };
-  const Case cases[] = {
-      {"bitmap edges and a list value", RegistryWithTags(Bitmap({{0, 0x05}, {63, 0x80}}), {1000}),
-       "0\n2\n511\n1000\n"},
-      {"list order kept, duplicates kept, 64-bit values",
-       RegistryWithTags(Bitmap({{1, 0x80}}), {7, 15, 0xFFFFFFFFFFFFFFFFull}),
-       "15\n7\n15\n18446744073709551615\n"},
-      {"nothing set", RegistryWithTags(Bitmap({}), {}), ""},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    const SandboxResult r = RunTool({"-g", "--systags"}, {{kRegistryPath, c.registry, 0660}});
-    ExpectRun(r, c.out + "\n", "", 0);
-  }
-
-  // Registry lines do not count down either.
-  const SandboxResult withRfm =
-      RunTool({"-g", "--systags", "--rfm-reason"},
-              {{kRegistryPath, RegistryWithTags(Bitmap({{0, 0x02}}), {}), 0660}});
-  ExpectRun(withRfm, "1\nrfm-reason is not set, \n", "", 0);
-}
-
-TEST(StatusE2e, SystagsRegistryFailures) {
-  // A registry path that cannot be opened as a file: nothing on stdout but the
-  // driver's final newline.
-  SandboxOptions options;
-  options.args = {"-g", "--systags"};
-  options.dirs = {kRegistryPath};
-  ExpectRun(RunInSandbox(options), "\n", HandlerFailure("Could not read systags\n", "systags"), 1);
-
-  // Loaded, but without the system-tag record: the enumeration fails; the
-  // failure comes back from the handler with no diagnostic of its own.
-  const SandboxResult noRecord = RunTool({"-g", "--systags"}, {{kRegistryPath, SystemTagStoreAndCollection(), 0660}});
-  ExpectRun(noRecord, "\n", HandlerFailure("", "systags"), 1);
-
-  // Bitmap tags are printed before a missing list attribute fails the run.
-  const std::string noList = SystemTagStoreAndCollection() + RecordEntry("00:00:00:00") +
-                             AttributeEntry(kBitmapName, Bitmap({{2, 0x01}}));
-  const SandboxResult partial = RunTool({"-g", "--systags"}, {{kRegistryPath, noList, 0660}});
-  ExpectRun(partial, "16\n\n", HandlerFailure("", "systags"), 1);
-}
-
-// ---- RFM options ----
-
-TEST(StatusE2e, RfmOptionsOverStoredHistory) {
-  const std::string all[] = {"--rfm-state", "--rfm-reason", "--rfm-history"};
-  struct Case {
-    const char* name;
-    std::optional<std::string> history;
-    std::string out;
-  };
-  const Case cases[] = {
-      {"no history", std::nullopt, "rfm-state is not set, rfm-reason is not set, rfm-history is not set."},
-      {"12 bytes", Entry(0, 1, 0xC000036C),
-       "rfm-state=true, rfm-reason=Kernel modules blocked by user, code=0xC000036C, "
-       "rfm-history={[0 (newest)] kernel backend, in RFM, rfm-reason=Kernel modules blocked by user, "
-       "code=0xC000036C}."},
-      {"24 bytes", Entry(1, 1, 0xE00400AC) + Entry(0, 0, 0),
-       "rfm-state=true, rfm-reason=BPF is blocked on this system, code=0xE00400AC, "
-       "rfm-history={[0 (newest)] bpf backend, in RFM, rfm-reason=BPF is blocked on this system, "
-       "code=0xE00400AC; [1] kernel backend, not in RFM, rfm-reason=None, code=0x0}."},
-      {"36 bytes, unknown code", Entry(0, 0, 0xC0000106) + Entry(1, 1, 0xC0000206) + Entry(0, 1, 0x0BADC0DE),
-       "rfm-state=false, rfm-reason=KernelModuleArchive file is corrupt, code=0xC0000106, "
-       "rfm-history={[0 (newest)] kernel backend, not in RFM, rfm-reason=KernelModuleArchive file is corrupt, "
-       "code=0xC0000106; [1] bpf backend, in RFM, rfm-reason=KernelModuleArchive file is corrupt, "
-       "code=0xC0000206; [2] kernel backend, in RFM, rfm-reason=Unspecified, code=0xBADC0DE}."},
-      {"5 bytes", std::string("\x01\x00\x00\x00\x01", 5), "rfm-state is not set, rfm-reason is not set, ."},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    StoreImage seed;
-    if (c.history) seed.Add("RFMHistory", *c.history);
-    const SandboxResult r = RunOnStore(seed, {"-g", all[0], all[1], all[2]});
-    ExpectRun(r, c.out + "\n", "", 0);
-    // Queries never write: the store is byte-identical afterwards.
-    EXPECT_EQ(r.File(kStorePath), seed.bytes());
-  }
-}
-
-TEST(StatusE2e, UnknownRfmStateFailsButHistoryShowsNotInRfm) {
-  StoreImage seed;
-  seed.Add("RFMHistory", Entry(1, 2, 0xE00400AD));
-  const SandboxResult history = RunOnStore(seed, {"-g", "--rfm-history"});
-  ExpectRun(history,
+TEST(StatusE2e, VersionAndRfm) {
+  const auto history = [](const std::string& bytes) { return StoreImage().Add("RFMHistory", bytes); };
+  const std::vector<std::string> all = {"-g", "--rfm-state", "--rfm-reason", "--rfm-history"};
+  const StoreImage inRfm2 = history(Entry(1, 2, 0xE00400AD));
+  ExpectCases({
+      Shows("version", {}, {"-g", "--version"}, "version = 1.0.0.0\n\n"),
+      // The version line does not count down: rfm-state gets ", ".
+      Shows("version first", {}, {"-g", "--version", "--rfm-state"}, "version = 1.0.0.0\nrfm-state is not set, \n"),
+      Shows("no history", {}, all, "rfm-state is not set, rfm-reason is not set, rfm-history is not set.\n"),
+      Shows("12 bytes", history(Entry(0, 1, 0xC000036C)), all,
+            "rfm-state=true, rfm-reason=Kernel modules blocked by user, code=0xC000036C, "
+            "rfm-history={[0 (newest)] kernel backend, in RFM, rfm-reason=Kernel modules blocked by user, "
+            "code=0xC000036C}.\n"),
+      Shows("24 bytes", history(Entry(1, 1, 0xE00400AC) + Entry(0, 0, 0)), all,
+            "rfm-state=true, rfm-reason=BPF is blocked on this system, code=0xE00400AC, "
+            "rfm-history={[0 (newest)] bpf backend, in RFM, rfm-reason=BPF is blocked on this system, "
+            "code=0xE00400AC; [1] kernel backend, not in RFM, rfm-reason=None, code=0x0}.\n"),
+      Shows("36 bytes, unknown code",
+            history(Entry(0, 0, 0xC0000106) + Entry(1, 1, 0xC0000206) + Entry(0, 1, 0x0BADC0DE)), all,
+            "rfm-state=false, rfm-reason=KernelModuleArchive file is corrupt, code=0xC0000106, "
+            "rfm-history={[0 (newest)] kernel backend, not in RFM, rfm-reason=KernelModuleArchive file is corrupt, "
+            "code=0xC0000106; [1] bpf backend, in RFM, rfm-reason=KernelModuleArchive file is corrupt, "
+            "code=0xC0000206; [2] kernel backend, in RFM, rfm-reason=Unspecified, code=0xBADC0DE}.\n"),
+      // Less than one entry: nothing is read past the value.
+      Shows("11 bytes", history(std::string(11, '\x01')), all, "rfm-state is not set, rfm-reason is not set, .\n"),
+      Shows("InRfm 2 in the history", inRfm2, {"-g", "--rfm-history"},
             "rfm-history={[0 (newest)] bpf backend, not in RFM, rfm-reason=BPF program-load error, "
-            "code=0xE00400AD}.\n",
-            "", 0);
-
-  // rfm-state fails before rfm-history is reached; nothing more is printed.
-  const SandboxResult state = RunOnStore(seed, {"-g", "--rfm-state", "--rfm-history"});
-  ExpectRun(state, "\n", HandlerFailure("Unknown RFM rfm-state!\n", "rfm-state"), 1);
+            "code=0xE00400AD}.\n"),
+      // rfm-state fails before rfm-history is reached; nothing more is printed.
+      Refused("InRfm 2 for rfm-state", inRfm2, {"-g", "--rfm-state", "--rfm-history"},
+              HandlerFailure("Unknown RFM rfm-state!\n", "rfm-state")),
+  });
 }
 
 }  // namespace
