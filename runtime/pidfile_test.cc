@@ -8,7 +8,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <string>
+#include <tuple>
 
 #include "runtime/trace_capture.h"
 
@@ -20,13 +22,6 @@ using vt_test::ReadWholeFile;
 
 constexpr char kHelperEnv[] = "VT_PIDFILE_HELPER_PATH";
 constexpr int kHelperReplyFd = 3;  // the helper's stdout carries the test framework's own output
-
-void WriteRaw(const std::string& path, const std::string& text) {
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  ASSERT_GE(fd, 0);
-  ASSERT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  close(fd);
-}
 
 class PidFileTest : public ::testing::Test {
  protected:
@@ -42,49 +37,33 @@ class PidFileTest : public ::testing::Test {
 };
 
 TEST_F(PidFileTest, ReadParsesTheFirstFourteenBytes) {
-  struct Case {
-    const char* content;  // null: no file
-    std::int32_t result;
-    const char* log;  // expected log text, "" for none
-  };
-  const Case cases[] = {
-      {nullptr, -2, "Error opening PID file: ERRNO=2 ("},
-      {"0\n", -34, "Invalid PID: 0"},
-      {"-5\n", -34, "Invalid PID: -5"},
-      {"", -34, "Invalid PID: 0"},
-      {"pid\n", -34, "Invalid PID: 0"},
-      {"1234\n", 1234, ""},
-      {"1234", 1234, ""},
-      {"  +77\n", 77, ""},
-      {"00000000000001234", 1, ""},  // only "00000000000001" is read
-  };
-  for (const Case& c : cases) {
+  for (const auto& [content, result, expectedLog] :  // content null: no file; expectedLog "" for none
+       {std::tuple{static_cast<const char*>(nullptr), -2, "Error opening PID file: ERRNO=2 ("},
+        {"0\n", -34, "Invalid PID: 0"},
+        {"-5\n", -34, "Invalid PID: -5"},
+        {"pid\n", -34, "Invalid PID: 0"},
+        {"  +77\n", 77, ""},
+        {"00000000000001234", 1, ""}}) {  // only "00000000000001" is read
     unlink(path_.c_str());
-    if (c.content != nullptr) {
-      WriteRaw(path_, c.content);
+    if (content != nullptr) {
+      const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+      ASSERT_EQ(write(fd, content, std::strlen(content)), static_cast<ssize_t>(std::strlen(content)));
+      close(fd);
     }
     const auto mark = LogMark();
-    EXPECT_EQ(ReadPidFile(), c.result) << (c.content ? c.content : "(none)");
+    EXPECT_EQ(ReadPidFile(), result) << (content ? content : "(none)");
     const std::string log = LogSince(mark);
-    if (*c.log == '\0') {
-      EXPECT_EQ(log, "");
-    } else {
-      EXPECT_NE(log.find(c.log), std::string::npos) << log;
-    }
+    EXPECT_TRUE(*expectedLog == '\0' ? log.empty() : log.find(expectedLog) != std::string::npos) << log;
   }
 }
 
 TEST(PidFileFormat, BoundedFormatterCutsAndReports) {
   char buf[kPidTextSize];
   std::size_t length = 99;
-  EXPECT_EQ(TvFormatString(buf, sizeof(buf), &length, "%d\n", 1234), STATUS_SUCCESS);
-  EXPECT_EQ(std::string(buf), "1234\n");
-  EXPECT_EQ(length, 5u);
   // 13 characters fit a 14-byte buffer, 14 do not.
   EXPECT_EQ(TvFormatString(buf, sizeof(buf), &length, "%s", "123456789012\n"), STATUS_SUCCESS);
   EXPECT_EQ(length, 13u);
-  EXPECT_EQ(TvFormatString(buf, sizeof(buf), &length, "%s", "1234567890123\n"), STATUS_BUFFER_OVERFLOW);
-  EXPECT_FALSE(NT_SUCCESS(STATUS_BUFFER_OVERFLOW));
+  EXPECT_EQ(TvFormatString(buf, sizeof(buf), &length, "%d%s", 1234567890, "123\n"), STATUS_BUFFER_OVERFLOW);
   EXPECT_EQ(length, 13u);
   EXPECT_EQ(std::string(buf), "1234567890123");
   EXPECT_EQ(TvFormatString(buf, 0, &length, "%d", 1), STATUS_INVALID_PARAMETER);
@@ -94,39 +73,9 @@ TEST(PidFileFormat, BoundedFormatterCutsAndReports) {
 // True when another open file description can take the lock, i.e. nobody holds it.
 bool LockIsFree(const std::string& path) {
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    return false;
-  }
-  const bool free = flock(fd, LOCK_EX | LOCK_NB) == 0;
+  const bool free = fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) == 0;
   close(fd);
   return free;
-}
-
-TEST_F(PidFileTest, CreateLocksAndRemoveReleases) {
-  ASSERT_EQ(CreatePidFile(), STATUS_SUCCESS);
-  const std::string mine = std::to_string(getpid()) + "\n";
-  EXPECT_EQ(ReadWholeFile(path_), mine);
-  EXPECT_EQ(ReadPidFile(), getpid());
-  struct stat st {};
-  ASSERT_EQ(stat(path_.c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 0777, 0600u);
-  EXPECT_FALSE(LockIsFree(path_));
-
-  auto mark = LogMark();
-  EXPECT_EQ(CreatePidFile(), STATUS_ALREADY_EXISTS_PIDFILE);
-  EXPECT_NE(LogSince(mark).find("PID file already exists, not writing: ERRNO=17"), std::string::npos);
-  EXPECT_EQ(ReadWholeFile(path_), mine);
-
-  RemovePidFile();
-  EXPECT_NE(access(path_.c_str(), F_OK), 0);
-  mark = LogMark();
-  RemovePidFile();
-  EXPECT_NE(LogSince(mark).find("PID file doesn't exist, not removing"), std::string::npos);
-
-  EXPECT_EQ(AcquirePidFile(), STATUS_SUCCESS);
-  EXPECT_FALSE(PidFileExisted());
-  EXPECT_EQ(ReadPidFile(), getpid());
-  RemovePidFile();
 }
 
 // Helper process: re-run of this binary that acquires the PID file named in the
@@ -138,8 +87,7 @@ TEST(PidFileHelper, HoldLock) {
     GTEST_SKIP() << "runs only as the helper process of PidFileTest";
   }
   SetPidFilePathForTesting(path);
-  const NTSTATUS status = AcquirePidFile();
-  const std::string line = std::to_string(status) + "\n";
+  const std::string line = std::to_string(AcquirePidFile()) + "\n";
   ASSERT_EQ(write(kHelperReplyFd, line.data(), line.size()), static_cast<ssize_t>(line.size()));
   char c;
   while (read(STDIN_FILENO, &c, 1) > 0) {
@@ -147,63 +95,54 @@ TEST(PidFileHelper, HoldLock) {
   _exit(0);
 }
 
-struct Helper {
-  pid_t pid = -1;
-  int toChild = -1;
-  int fromChild = -1;
-};
+TEST_F(PidFileTest, CreateAcquireAndAStaleFile) {
+  // No file: created 0600 with our PID and locked; a second create is refused.
+  ASSERT_EQ(AcquirePidFile(), STATUS_SUCCESS);
+  EXPECT_FALSE(PidFileExisted());
+  const std::string mine = std::to_string(getpid()) + "\n";
+  EXPECT_EQ(ReadWholeFile(path_), mine);
+  struct stat st {};
+  ASSERT_EQ(stat(path_.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0600u);
+  EXPECT_FALSE(LockIsFree(path_));
+  EXPECT_EQ(CreatePidFile(), STATUS_ALREADY_EXISTS_PIDFILE);
+  EXPECT_EQ(ReadWholeFile(path_), mine);
+  RemovePidFile();
+  EXPECT_NE(access(path_.c_str(), F_OK), 0);
 
-Helper StartHelper(const std::string& path) {
+  // A second process (this binary re-executed) takes the file and holds its lock.
   int in[2], out[2];
-  Helper h;
-  if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
-    return h;
-  }
-  h.pid = fork();
-  if (h.pid == 0) {
+  ASSERT_EQ(pipe2(in, O_CLOEXEC), 0);
+  ASSERT_EQ(pipe2(out, O_CLOEXEC), 0);  // out[1] > 3: the dup2 below clears its close-on-exec
+  const pid_t helper = fork();
+  if (helper == 0) {
     dup2(in[0], STDIN_FILENO);
-    const int devNull = open("/dev/null", O_WRONLY);
-    dup2(devNull, STDOUT_FILENO);
-    if (out[1] == kHelperReplyFd) {
-      fcntl(kHelperReplyFd, F_SETFD, 0);
-    } else {
-      dup2(out[1], kHelperReplyFd);  // the copy does not carry close-on-exec
-    }
-    setenv(kHelperEnv, path.c_str(), 1);
+    dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+    dup2(out[1], kHelperReplyFd);
+    setenv(kHelperEnv, path_.c_str(), 1);
     execl("/proc/self/exe", "pidfile_test", "--gtest_filter=PidFileHelper.HoldLock", static_cast<char*>(nullptr));
     _exit(127);
   }
   close(in[0]);
   close(out[1]);
-  h.toChild = in[1];
-  h.fromChild = out[0];
-  return h;
-}
-
-TEST_F(PidFileTest, AcquireTellsALiveOwnerFromAStaleFile) {
-  Helper helper = StartHelper(path_);
-  ASSERT_GT(helper.pid, 0);
   char reply[32] = {};
-  ASSERT_GT(read(helper.fromChild, reply, sizeof(reply) - 1), 0);
+  ASSERT_GT(read(out[0], reply, sizeof(reply) - 1), 0);
+  close(out[0]);
   ASSERT_EQ(std::string(reply), "0\n");  // the helper's AcquirePidFile succeeded
-  const std::string helperText = std::to_string(helper.pid) + "\n";
-  EXPECT_EQ(ReadWholeFile(path_), helperText);
+  const std::string helperText = std::to_string(helper) + "\n";
 
   // Live owner: refused, file untouched.
   EXPECT_EQ(AcquirePidFile(), STATUS_UNSUCCESSFUL);
   EXPECT_TRUE(PidFileExisted());
   EXPECT_EQ(ReadWholeFile(path_), helperText);
-  EXPECT_EQ(ReadPidFile(), helper.pid);
 
   // The owner dies without cleaning up: the file is stale and gets replaced.
-  close(helper.toChild);
+  close(in[1]);
   int wstatus = 0;
-  ASSERT_EQ(waitpid(helper.pid, &wstatus, 0), helper.pid);
+  ASSERT_EQ(waitpid(helper, &wstatus, 0), helper);
   EXPECT_TRUE(WIFEXITED(wstatus) && WEXITSTATUS(wstatus) == 0);
-  close(helper.fromChild);
   EXPECT_EQ(ReadWholeFile(path_), helperText);
   EXPECT_TRUE(LockIsFree(path_));
-
   EXPECT_EQ(AcquirePidFile(), STATUS_SUCCESS);
   EXPECT_TRUE(PidFileExisted());
   EXPECT_EQ(ReadPidFile(), getpid());
