@@ -201,14 +201,9 @@ std::size_t HandleLowerI(char* dst, std::size_t room, ArgReader& args, const cha
 std::size_t HandleGuid(char* dst, std::size_t room, ArgReader& args, const char*&) {
   const auto* g = static_cast<const GUID*>(args.NextPointer());
   if (g == nullptr) return PutNull(dst, room);
-  return PieceLength(std::snprintf(dst, room, "{%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x}",
-                                   static_cast<unsigned>(g->Data1), static_cast<unsigned>(g->Data2),
-                                   static_cast<unsigned>(g->Data3), static_cast<unsigned>(g->Data4[0]),
-                                   static_cast<unsigned>(g->Data4[1]), static_cast<unsigned>(g->Data4[2]),
-                                   static_cast<unsigned>(g->Data4[3]), static_cast<unsigned>(g->Data4[4]),
-                                   static_cast<unsigned>(g->Data4[5]), static_cast<unsigned>(g->Data4[6]),
-                                   static_cast<unsigned>(g->Data4[7])),
-                     room);
+  char text[kGuidTextLength + 1];
+  TvFormatGuid(*g, text);
+  return PutBytes(dst, room, text, kGuidTextLength);
 }
 
 std::size_t HandleStatus(char* dst, std::size_t room, ArgReader& args, const char*&) {

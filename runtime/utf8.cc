@@ -179,11 +179,3 @@ NTSTATUS TvUnicodeStringToUtf8(char** out, std::size_t* length, const UNICODE_ST
   return STATUS_SUCCESS;
 }
 
-void TvFormatGuid(const GUID& guid, char (&out)[kGuidTextLength + 1]) {
-  std::snprintf(out, sizeof(out), "{%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x}", guid.Data1,
-                static_cast<unsigned>(guid.Data2), static_cast<unsigned>(guid.Data3),
-                static_cast<unsigned>(guid.Data4[0]), static_cast<unsigned>(guid.Data4[1]),
-                static_cast<unsigned>(guid.Data4[2]), static_cast<unsigned>(guid.Data4[3]),
-                static_cast<unsigned>(guid.Data4[4]), static_cast<unsigned>(guid.Data4[5]),
-                static_cast<unsigned>(guid.Data4[6]), static_cast<unsigned>(guid.Data4[7]));
-}

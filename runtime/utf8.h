@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include "runtime/pool.h"
 #include "runtime/rtl_string.h"
@@ -20,8 +21,16 @@ static_assert(sizeof(GUID) == 16);
 
 // Text form "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}", lower case: 38 characters.
 inline constexpr std::size_t kGuidTextLength = 38;
-// Writes the text form and a terminator into out (at least 39 bytes).
-void TvFormatGuid(const GUID& guid, char (&out)[kGuidTextLength + 1]);
+// Writes the text form and a terminator into out. Defined here so that the
+// trace formatter, which sits below this library, prints GUIDs the same way.
+inline void TvFormatGuid(const GUID& guid, char (&out)[kGuidTextLength + 1]) {
+  std::snprintf(out, sizeof(out), "{%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x}", guid.Data1,
+                static_cast<unsigned>(guid.Data2), static_cast<unsigned>(guid.Data3),
+                static_cast<unsigned>(guid.Data4[0]), static_cast<unsigned>(guid.Data4[1]),
+                static_cast<unsigned>(guid.Data4[2]), static_cast<unsigned>(guid.Data4[3]),
+                static_cast<unsigned>(guid.Data4[4]), static_cast<unsigned>(guid.Data4[5]),
+                static_cast<unsigned>(guid.Data4[6]), static_cast<unsigned>(guid.Data4[7]));
+}
 
 // The encoder. Encodes `sourceBytes` bytes of UTF-16 units (an odd byte is
 // ignored) into dest (null: count only). *produced (required) always receives the
