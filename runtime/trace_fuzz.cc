@@ -12,9 +12,9 @@
 // Numeric mode: arguments are arbitrary 64-bit integers or doubles, and the
 // letters through which a specifier could follow a pointer (s S Z G) are
 // rewritten to 'd' in the format, so no argument is ever dereferenced.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -34,79 +34,44 @@ struct Probe {
 };
 
 constexpr std::size_t kProbes = 4;
-constexpr std::size_t kPayloadSize = 65536;  // covers the largest Length
-
-class Reader {
- public:
-  Reader(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-  std::uint8_t Byte() { return pos_ < size_ ? data_[pos_++] : 0; }
-  std::uint64_t Word() {
-    std::uint64_t v = 0;
-    for (int i = 0; i < 8; ++i) v = (v << 8) | Byte();
-    return v;
-  }
-  const std::uint8_t* Rest(std::size_t* n) {
-    *n = size_ - std::min(pos_, size_);
-    return data_ + std::min(pos_, size_);
-  }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-  std::size_t pos_ = 0;
-};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static std::vector<char> payload = [] {
-    std::vector<char> p(kPayloadSize);
+  static std::vector<char> payload = [] {  // covers the largest Length
+    std::vector<char> p(65536);
     for (std::size_t i = 0; i < p.size(); ++i) p[i] = static_cast<char>('a' + i % 26);
     return p;
   }();
-  Reader in(data, size);
-  const std::size_t outSize = 1 + ((static_cast<std::size_t>(in.Byte()) << 8 | in.Byte()) % kTraceLineSize);
-  const std::uint8_t modeAndCount = in.Byte();
+  std::size_t pos = 0;
+  const auto byte = [&]() -> std::uint64_t { return pos < size ? data[pos++] : 0; };
+  const std::size_t outSize = 1 + ((byte() << 8 | byte()) % kTraceLineSize);
+  const std::uint64_t modeAndCount = byte();
   const bool numeric = (modeAndCount & 0x80) != 0;
-  const std::size_t argCount = (modeAndCount & 0x7F) % 9;
 
   Probe probes[kProbes] = {};
-  std::vector<TraceArg> args;
-  for (std::size_t i = 0; i < argCount; ++i) {
-    const std::uint8_t kind = in.Byte();
-    TraceArg arg{};
-    arg.kind = TraceArg::Kind::Integer;
-    arg.integer = 0;
-    if (kind % 4 == 1) {
-      arg.kind = TraceArg::Kind::Double;
-      const std::uint64_t bits = in.Word();
-      std::memcpy(&arg.real, &bits, sizeof bits);
-    } else if (numeric) {
-      arg.integer = in.Word();
-    } else if (kind % 4 != 0) {
-      arg.integer = reinterpret_cast<std::uintptr_t>(&probes[(kind >> 2) % kProbes]);
-    }
-    args.push_back(arg);
+  std::vector<TraceArg> args((modeAndCount & 0x7F) % 9, TraceArg{});
+  for (TraceArg& arg : args) {
+    const std::uint64_t kind = byte();
+    std::uint64_t word = 0;
+    for (int i = 0; i < 8 && (kind % 4 == 1 || numeric); ++i) word = (word << 8) | byte();
+    arg.kind = kind % 4 == 1 ? TraceArg::Kind::Double : TraceArg::Kind::Integer;
+    arg.integer = numeric || kind % 4 < 2 ? word : reinterpret_cast<std::uintptr_t>(&probes[(kind >> 2) % kProbes]);
+    if (kind % 4 == 1) std::memcpy(&arg.real, &word, sizeof word);
   }
-  for (std::size_t i = 0; i < kProbes; ++i) {
-    probes[i].Length = static_cast<std::uint16_t>(in.Byte() << 8 | in.Byte());
-    probes[i].MaximumLength = probes[i].Length;
-    probes[i].Buffer = payload.data();
+  for (Probe& probe : probes) {
+    probe.Length = probe.MaximumLength = static_cast<std::uint16_t>(byte() << 8 | byte());
+    probe.Buffer = payload.data();
   }
 
-  std::size_t formatSize = 0;
-  const std::uint8_t* formatBytes = in.Rest(&formatSize);
   // Exact-size copies so that the address sanitizer sees any read past the
   // format's terminator or any write past the output buffer.
-  std::vector<char> format(formatBytes, formatBytes + formatSize);
-  if (numeric) {
-    for (char& c : format) {
-      if (c == 's' || c == 'S' || c == 'Z' || c == 'G') c = 'd';
-    }
+  std::vector<char> format(data + std::min(pos, size), data + size);
+  for (char& c : format) {
+    if (numeric && (c == 's' || c == 'S' || c == 'Z' || c == 'G')) c = 'd';
   }
   format.push_back('\0');
   std::vector<char> out(outSize);
-
   const std::size_t n = TraceFormatMessage(out.data(), out.size(), format.data(), args);
   if (n >= out.size() || out[n] != '\0') std::abort();
 
