@@ -17,14 +17,11 @@ TEST(StoreStress, EightWriterProcessesAndAReaderKeepTheImageWhole) {
   vt_test::SandboxOptions options;
   options.timeoutSeconds = 240;
   options.script = std::string("S='") + STORE_STRESS_PATH + "'\n" +
-                   "\"$S\" reader /run/stress-stop &\n"
-                   "reader=$!\n"
-                   "pids=''\n"
+                   "\"$S\" reader /run/stress-stop & reader=$!\n"
+                   "pids='' rc=0\n"
                    "for i in $(seq 1 " + std::to_string(kWriters) + "); do \"$S\" writer $i & pids=\"$pids $!\"; done\n"
-                   "rc=0\n"
                    "for p in $pids; do wait $p || rc=1; done\n"
-                   "touch /run/stress-stop\n"
-                   "wait $reader || rc=$((rc + 2))\n"
+                   "touch /run/stress-stop; wait $reader || rc=$((rc + 2))\n"
                    "exit $rc\n";
   const vt_test::SandboxResult result = vt_test::RunInSandbox(options);
   ASSERT_EQ(result.exitCode, 0) << "stdout: " << result.out << "\nstderr: " << result.err;
@@ -36,8 +33,7 @@ TEST(StoreStress, EightWriterProcessesAndAReaderKeepTheImageWhole) {
   EXPECT_EQ(invalid, 0u);
 
   const auto file = result.File("/opt/Marrowlight/vantorstore");
-  ASSERT_TRUE(file.has_value());
-  ASSERT_EQ(file->size(), vt_test::kStoreSize);
+  ASSERT_EQ(file.value_or("").size(), vt_test::kStoreSize);
   const vt_test::StoreImage image(*file);
   EXPECT_EQ(image.U16(0), 2);
   int used = 0;
@@ -47,8 +43,7 @@ TEST(StoreStress, EightWriterProcessesAndAReaderKeepTheImageWhole) {
   EXPECT_EQ(used, kWriters * 3) << "each name must occupy exactly one slot";
   for (int w = 1; w <= kWriters; ++w) {
     for (const char suffix : {'a', 'b', 'c'}) {
-      const std::string name = "w" + std::to_string(w) + suffix;
-      EXPECT_EQ(image.Get(name), vt_test::U32Bytes(50)) << name;
+      EXPECT_EQ(image.Get("w" + std::to_string(w) + suffix), vt_test::U32Bytes(50)) << w << suffix;
     }
   }
 }
