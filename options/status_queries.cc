@@ -14,6 +14,7 @@
 #include "options/value_print.h"
 #include "registry/registry.h"
 #include "runtime/file.h"
+#include "runtime/little_endian.h"
 #include "runtime/pool.h"
 #include "runtime/rtl_string.h"
 #include "runtime/trace.h"
@@ -52,18 +53,14 @@ constexpr UNICODE_STRING kVersionString = TvConstantString(kVersionText.text);
 constexpr char kSystagsPath[] = "/proc/vantor_lsm_serviceable/systags";
 constexpr std::uint32_t kSystagsReadLimit = 4095;
 
-std::uint32_t LoadU32(const unsigned char* bytes) {
-  return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-         static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
-
 // Turns the stored little-endian image in place into host-order entries.
 void DecodeEntries(void* buffer, std::uint32_t count) {
-  auto* bytes = static_cast<unsigned char*>(buffer);
+  auto* bytes = static_cast<std::uint8_t*>(buffer);
   auto* entries = static_cast<RfmHistoryEntry*>(buffer);
   for (std::uint32_t i = 0; i < count; ++i) {
-    const unsigned char* raw = bytes + static_cast<std::size_t>(i) * kRfmHistoryEntrySize;
-    const RfmHistoryEntry entry{LoadU32(raw), LoadU32(raw + 4), LoadU32(raw + 8)};
+    const std::uint8_t* raw = bytes + static_cast<std::size_t>(i) * kRfmHistoryEntrySize;
+    const RfmHistoryEntry entry{little_endian::Load<std::uint32_t>(raw), little_endian::Load<std::uint32_t>(raw + 4),
+                                little_endian::Load<std::uint32_t>(raw + 8)};
     std::memcpy(&entries[i], &entry, sizeof(entry));
   }
 }

@@ -2,29 +2,17 @@
 
 #include <array>
 #include <cstring>
+#include <type_traits>
 
 #include "options/value_print.h"
+#include "runtime/little_endian.h"
 #include "store/simple_store.h"
 
 namespace {
 
+// The unsigned type of a stored number N bytes wide.
 template <std::size_t N>
-std::uint64_t DecodeLittleEndian(const std::array<std::uint8_t, N>& bytes) {
-  std::uint64_t value = 0;
-  for (std::size_t i = N; i-- > 0;) {
-    value = value << 8 | bytes[i];
-  }
-  return value;
-}
-
-template <std::size_t N>
-std::array<std::uint8_t, N> EncodeLittleEndian(std::uint64_t value) {
-  std::array<std::uint8_t, N> bytes{};
-  for (std::size_t i = 0; i < N; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(value >> (8 * i));
-  }
-  return bytes;
-}
+using UintOf = std::conditional_t<N == 4, std::uint32_t, std::uint64_t>;
 
 template <std::size_t N>
 NTSTATUS ReadFixed(const UNICODE_STRING* name, std::uint64_t* value) {
@@ -32,14 +20,15 @@ NTSTATUS ReadFixed(const UNICODE_STRING* name, std::uint64_t* value) {
   std::uint32_t size = N;
   const NTSTATUS status = GetSimpleStoreValue(name, bytes.data(), &size);
   if (NT_SUCCESS(status)) {
-    *value = DecodeLittleEndian(bytes);
+    *value = little_endian::Load<UintOf<N>>(bytes.data());
   }
   return status;
 }
 
 template <std::size_t N>
 NTSTATUS WriteFixed(const UNICODE_STRING* name, std::uint64_t value) {
-  const auto bytes = EncodeLittleEndian<N>(value);
+  std::array<std::uint8_t, N> bytes{};
+  little_endian::Store<UintOf<N>>(bytes.data(), static_cast<UintOf<N>>(value));
   return SetSimpleStoreValue(name, bytes.data(), N);
 }
 

@@ -14,6 +14,7 @@
 #include "registry/registry.h"
 #include "registry/registry_format.h"
 #include "registry/registry_internal.h"
+#include "runtime/little_endian.h"
 #include "runtime/pool.h"
 #include "runtime/trace.h"
 
@@ -120,7 +121,7 @@ class Parser {
     if (Remaining() < fmt::kNameLengthBytes) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
-    const std::uint16_t length = fmt::ReadU16(bytes_.data() + pos_);
+    const std::uint16_t length = little_endian::Load<std::uint16_t>(bytes_.data() + pos_);
     pos_ += fmt::kNameLengthBytes;
     if (length >= fmt::kNameLengthLimit || length > Remaining()) {
       return STATUS_INSUFFICIENT_RESOURCES;
@@ -188,7 +189,7 @@ class Parser {
       if (Remaining() < fmt::kDataLengthBytes) {
         return STATUS_INSUFFICIENT_RESOURCES;
       }
-      const std::uint32_t length = fmt::ReadU32(bytes_.data() + pos_);
+      const std::uint32_t length = little_endian::Load<std::uint32_t>(bytes_.data() + pos_);
       pos_ += fmt::kDataLengthBytes;
       if (length > Remaining()) {
         return STATUS_INSUFFICIENT_RESOURCES;
@@ -241,7 +242,7 @@ class Parser {
     return status;
   }
   std::uint8_t length[fmt::kNameLengthBytes];
-  fmt::WriteU16(length, name.Length);
+  little_endian::Store<std::uint16_t>(length, name.Length);
   status = WriteField(file, length, sizeof(length));
   if (!NT_SUCCESS(status)) {
     return status;
@@ -329,7 +330,7 @@ NTSTATUS SerializeAttributeNode(const RegistryNode* node, FileHandle file, bool*
     return status;
   }
   std::uint8_t length[fmt::kDataLengthBytes];
-  fmt::WriteU32(length, node->DataLength);
+  little_endian::Store<std::uint32_t>(length, node->DataLength);
   status = WriteField(file, length, sizeof(length));
   if (!NT_SUCCESS(status)) {
     return status;

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <span>
 
+#include "runtime/little_endian.h"
 #include "runtime/utf8.h"
 
 namespace registry_format {
@@ -38,38 +39,21 @@ inline constexpr char16_t kTempSuffix[] = u".tmp";
 inline constexpr std::size_t kTempPathExtraBytes = 10;  // 8 for ".tmp", 2 for the terminator
 inline constexpr std::size_t kTempPathBufferLimit = 65535;
 
-inline constexpr std::uint16_t ReadU16(const std::uint8_t* p) {
-  return static_cast<std::uint16_t>(p[0] | (p[1] << 8));
-}
-inline constexpr std::uint32_t ReadU32(const std::uint8_t* p) {
-  return static_cast<std::uint32_t>(p[0]) | (static_cast<std::uint32_t>(p[1]) << 8) |
-         (static_cast<std::uint32_t>(p[2]) << 16) | (static_cast<std::uint32_t>(p[3]) << 24);
-}
-inline constexpr void WriteU16(std::uint8_t* p, std::uint16_t v) {
-  p[0] = static_cast<std::uint8_t>(v);
-  p[1] = static_cast<std::uint8_t>(v >> 8);
-}
-inline constexpr void WriteU32(std::uint8_t* p, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) {
-    p[i] = static_cast<std::uint8_t>(v >> (8 * i));
-  }
-}
-
 // GUID <-> its 16 file bytes.
 inline constexpr GUID DecodeGuid(std::span<const std::uint8_t, kGuidBytes> bytes) {
   GUID guid{};
-  guid.Data1 = ReadU32(bytes.data());
-  guid.Data2 = ReadU16(bytes.data() + 4);
-  guid.Data3 = ReadU16(bytes.data() + 6);
+  guid.Data1 = little_endian::Load<std::uint32_t>(bytes.data());
+  guid.Data2 = little_endian::Load<std::uint16_t>(bytes.data() + 4);
+  guid.Data3 = little_endian::Load<std::uint16_t>(bytes.data() + 6);
   for (std::size_t i = 0; i < 8; ++i) {
     guid.Data4[i] = bytes[8 + i];
   }
   return guid;
 }
 inline constexpr void EncodeGuid(const GUID& guid, std::span<std::uint8_t, kGuidBytes> bytes) {
-  WriteU32(bytes.data(), guid.Data1);
-  WriteU16(bytes.data() + 4, guid.Data2);
-  WriteU16(bytes.data() + 6, guid.Data3);
+  little_endian::Store<std::uint32_t>(bytes.data(), guid.Data1);
+  little_endian::Store<std::uint16_t>(bytes.data() + 4, guid.Data2);
+  little_endian::Store<std::uint16_t>(bytes.data() + 6, guid.Data3);
   for (std::size_t i = 0; i < 8; ++i) {
     bytes[8 + i] = guid.Data4[i];
   }

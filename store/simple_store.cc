@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "runtime/file.h"
+#include "runtime/little_endian.h"
 #include "runtime/pool.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
@@ -45,21 +46,14 @@ struct StoreState {
 };
 constinit StoreState g_store;
 
-std::uint16_t LoadU16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | (p[1] << 8)); }
-
-void StoreU16(std::uint8_t* p, std::uint16_t value) {
-  p[0] = static_cast<std::uint8_t>(value & 0xFFu);
-  p[1] = static_cast<std::uint8_t>(value >> 8);
-}
-
 // A view of one record slot inside an image. Name comparisons assume a
 // validated image (name length at most kNameCapacity).
 class Slot {
  public:
   Slot(std::uint8_t* image, int index) : p_(image + L::SlotOffset(index)) {}
 
-  std::uint16_t NameLength() const { return LoadU16(p_ + L::kNameLengthOffset); }
-  std::uint16_t DataLength() const { return LoadU16(p_ + L::kDataLengthOffset); }
+  std::uint16_t NameLength() const { return little_endian::Load<std::uint16_t>(p_ + L::kNameLengthOffset); }
+  std::uint16_t DataLength() const { return little_endian::Load<std::uint16_t>(p_ + L::kDataLengthOffset); }
   const std::uint8_t* Data() const { return p_ + L::kDataOffset; }
 
   bool Matches(const UNICODE_STRING& name) const {
@@ -70,14 +64,14 @@ class Slot {
     if (name.Length != 0) {
       std::memcpy(p_ + L::kNameOffset, name.Buffer, name.Length);
     }
-    StoreU16(p_ + L::kNameLengthOffset, name.Length);
+    little_endian::Store<std::uint16_t>(p_ + L::kNameLengthOffset, name.Length);
   }
   // Bytes beyond `length` keep their old contents.
   void SetData(const void* data, std::uint16_t length) {
     if (length != 0) {
       std::memcpy(p_ + L::kDataOffset, data, length);
     }
-    StoreU16(p_ + L::kDataLengthOffset, length);
+    little_endian::Store<std::uint16_t>(p_ + L::kDataLengthOffset, length);
   }
   void Clear() { std::memset(p_, 0, L::kSlotSize); }
 
@@ -231,7 +225,7 @@ bool ValidateName(const UNICODE_STRING* name) {
 }
 
 bool ValidateSimpleStore(std::uint8_t* image) {
-  const std::uint16_t version = LoadU16(image + L::kVersionOffset);
+  const std::uint16_t version = little_endian::Load<std::uint16_t>(image + L::kVersionOffset);
   if (version != L::kVersion) {
     TraceError(kComponent, "Version validation failed: %d", version);
     return false;
@@ -252,7 +246,7 @@ bool ValidateSimpleStore(std::uint8_t* image) {
 
 void ResetImage(std::uint8_t* image) {
   std::memset(image, 0, L::kImageSize);
-  StoreU16(image + L::kVersionOffset, L::kVersion);
+  little_endian::Store<std::uint16_t>(image + L::kVersionOffset, L::kVersion);
 }
 
 // Re-reads and validates the image of the open store. Caller holds the locks.
