@@ -2,6 +2,7 @@
 #include "cli/option_table.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/completion.h"
 #include "cli/usage.h"
 #include "cli/usage_test_text.h"
 
@@ -95,6 +97,45 @@ TEST(Usage, BlocksListTheRightRows) {
     EXPECT_EQ(std::count(block->begin(), block->end(), "fkm"), 0);
     EXPECT_EQ(std::count(block->begin(), block->end(), "help"), 0);
   }
+}
+
+// The generated completion, sourced by bash and asked what follows the words.
+TEST(Completion, OffersWhatTheModesUsageLists) {
+  char path[] = "/tmp/vantorctl_completion.XXXXXX";
+  const int fd = mkstemp(path);
+  ASSERT_GE(fd, 0);
+  FILE* script = fdopen(fd, "w");
+  ASSERT_NE(script, nullptr);
+  PrintBashCompletion(script);
+  std::fclose(script);
+  struct Case {
+    const char* words;
+    const char* offered;
+  };
+  const Case cases[] = {
+      {"vantorctl -s --tr", "--trace=\n"},          // value-taking in set mode
+      {"vantorctl -sfv --up", "--update\n"},        // mode inside a cluster; no value
+      {"vantorctl -g --tr", "--trace\n"},           // get ignores values
+      {"vantorctl -g --fk", ""},                     // hidden from the usage, hidden here
+      {"vantorctl -d --pc", ""},                     // pcpt cannot be deleted
+      {"vantorctl -d --a", "--aid\n--apd\n--aph\n--app\n"},
+      {"vantorctl --he", "--help\n"},
+  };
+  for (const Case& c : cases) {
+    const std::string command = std::string("bash -c 'source ") + path + "; COMP_WORDS=(" + c.words +
+                                "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vantorctl; "
+                                "printf \"%s\\n\" \"${COMPREPLY[@]}\" | grep .'";
+    FILE* out = popen(command.c_str(), "r");
+    ASSERT_NE(out, nullptr);
+    std::string offered;
+    char buffer[256];
+    while (std::fgets(buffer, sizeof(buffer), out) != nullptr) {
+      offered += buffer;
+    }
+    pclose(out);
+    EXPECT_EQ(offered, c.offered) << c.words;
+  }
+  unlink(path);
 }
 
 }  // namespace

@@ -17,16 +17,19 @@ constexpr std::uint32_t kHelpTextModes = kModeGet | kModeDelete | kModeHelp;
 
 }  // namespace
 
+const char* UsageBlockText(const OptionEntry& row, std::uint32_t mask) {
+  const std::uint32_t modes = mask & 0xFFu;
+  if ((row.allowedModes & modes) == 0) {
+    return nullptr;
+  }
+  return (modes & kHelpTextModes) != 0 ? row.helpText : row.valueSyntax;
+}
+
 void PrintUsageBlock(const char* heading, std::uint32_t mask, FILE* stream) {
   std::fprintf(stream, "where %s := { ", heading);
-  const std::uint32_t modes = mask & 0xFFu;
-  const bool useHelpText = (modes & kHelpTextModes) != 0;
   bool first = true;
   for (const OptionEntry& row : OptionTable()) {
-    if ((row.allowedModes & modes) == 0) {
-      continue;
-    }
-    const char* text = useHelpText ? row.helpText : row.valueSyntax;
+    const char* text = UsageBlockText(row, mask);
     if (text == nullptr) {
       continue;
     }
