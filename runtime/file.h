@@ -61,7 +61,7 @@ inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
                                         const std::uint64_t* offset);
 // Writes the whole buffer; a failed write() (EINTR included) ends it.
 [[nodiscard]] NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, std::uint32_t* count);
-NTSTATUS CloseFile(FileHandle file);
+[[nodiscard]] NTSTATUS CloseFile(FileHandle file);
 
 [[nodiscard]] NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting);
 [[nodiscard]] NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent);
@@ -75,7 +75,7 @@ NTSTATUS CloseFile(FileHandle file);
 [[nodiscard]] NTSTATUS ReadDirectoryEntryMatching(DIR* directory, const UNICODE_STRING* pattern,
                                                   UNICODE_STRING* name);
 [[nodiscard]] NTSTATUS ReadDirectoryEntry(DIR* directory, UNICODE_STRING* name);
-NTSTATUS CloseDirectory(DIR* directory);
+[[nodiscard]] NTSTATUS CloseDirectory(DIR* directory);
 
 // Times as 100-ns ticks since 1601-01-01 UTC; each output is optional.
 [[nodiscard]] NTSTATUS GetFileTimes(const char* path, std::uint64_t* accessTime, std::uint64_t* modifyTime,
