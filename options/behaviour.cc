@@ -89,14 +89,10 @@ NTSTATUS HandleTrace(OptionContext* context, const char* value) {
 
   // Whatever text is stored is printed unchanged.
   std::array<char, kMaxTraceLength + 1> level{};
-  const NTSTATUS status = ReadTextValue(&value_names::kTraceLevel, level);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, "trace");
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not get trace level from config file\n");
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadTextValue(&value_names::kTraceLevel, level), "trace",
+                     "Could not get trace level from config file\n", &result)) {
+    return result;
   }
   PrintValue(context, "trace=%s", level.data());
   return STATUS_SUCCESS;
@@ -126,14 +122,10 @@ NTSTATUS HandleBackend(OptionContext* context, const char* value) {
   }
 
   std::uint32_t stored = 0;
-  const NTSTATUS status = ReadU32Value(&value_names::kBackend, &stored);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, "backend");
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not read backend value from config file\n");
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadU32Value(&value_names::kBackend, &stored), "backend",
+                     "Could not read backend value from config file\n", &result)) {
+    return result;
   }
   if (stored > kMaxBackend) {
     PrintDiagnostic("Backend value in config file is invalid\n");
@@ -167,14 +159,10 @@ NTSTATUS HandleBilling(OptionContext* context, const char* value) {
   }
 
   std::uint32_t stored = 0;
-  const NTSTATUS status = ReadU32Value(&value_names::kBillingType, &stored);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, "billing");
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not read billing setting from config file\n");
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadU32Value(&value_names::kBillingType, &stored), "billing",
+                     "Could not read billing setting from config file\n", &result)) {
+    return result;
   }
   PrintBillingType(context, stored);
   return STATUS_SUCCESS;

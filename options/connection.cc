@@ -59,14 +59,10 @@ NTSTATUS HandleAph(OptionContext* context, const char* value) {
   }
 
   std::array<char, kMaxHostLength + 1> host{};
-  const NTSTATUS status = ReadTextValue(&value_names::kAppProxyHost, host);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, "aph");
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not read application proxy host from config file\n");
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadTextValue(&value_names::kAppProxyHost, host), "aph",
+                     "Could not read application proxy host from config file\n", &result)) {
+    return result;
   }
   PrintValue(context, "aph=%s", host.data());
   return STATUS_SUCCESS;

@@ -165,14 +165,10 @@ NTSTATUS HandleSystags(OptionContext* /*context*/, const char* /*value*/) {
 
 NTSTATUS HandleRfmState(OptionContext* context, const char* /*value*/) {
   std::uint32_t inRfm = 0, reason = 0, backend = 0;
-  const NTSTATUS status = ReadRfmNewestEntry(&inRfm, &reason, &backend);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, "rfm-state");
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not read RFM state from config file\n");
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadRfmNewestEntry(&inRfm, &reason, &backend), "rfm-state",
+                     "Could not read RFM state from config file\n", &result)) {
+    return result;
   }
   switch (inRfm) {
     case 0:
@@ -189,14 +185,10 @@ NTSTATUS HandleRfmState(OptionContext* context, const char* /*value*/) {
 
 NTSTATUS HandleRfmReason(OptionContext* context, const char* /*value*/) {
   std::uint32_t inRfm = 0, reason = 0, backend = 0;
-  const NTSTATUS status = ReadRfmNewestEntry(&inRfm, &reason, &backend);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, "rfm-reason");
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not read RFM reason from config file\n");
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadRfmNewestEntry(&inRfm, &reason, &backend), "rfm-reason",
+                     "Could not read RFM reason from config file\n", &result)) {
+    return result;
   }
   PrintValue(context, "rfm-reason=%s, code=0x%X", RfmReasonText(reason), static_cast<unsigned>(reason));
   return STATUS_SUCCESS;

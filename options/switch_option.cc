@@ -35,14 +35,9 @@ NTSTATUS HandleSwitchOption(const SwitchOption& desc, OptionContext* context, co
   }
 
   std::uint32_t stored = 0;
-  const NTSTATUS status = ReadU32Value(desc.name, &stored);
-  if (status == STATUS_NOT_FOUND) {
-    PrintNotSet(context, desc.option);
-    return STATUS_SUCCESS;
-  }
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("%s", desc.readFailure);
-    return status;
+  NTSTATUS result = STATUS_SUCCESS;
+  if (!ReadGaveValue(context, ReadU32Value(desc.name, &stored), desc.option, desc.readFailure, &result)) {
+    return result;
   }
   PrintValue(context, "%s=%s", desc.option, SwitchText(stored));
   return STATUS_SUCCESS;

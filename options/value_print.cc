@@ -20,6 +20,21 @@ void PrintValue(OptionContext* context, const char* format, ...) {
   PrintSeparator(context);
 }
 
+bool ReadGaveValue(OptionContext* context, NTSTATUS readStatus, const char* option, const char* readFailure,
+                   NTSTATUS* result) {
+  if (NT_SUCCESS(readStatus)) {
+    return true;
+  }
+  if (readStatus == STATUS_NOT_FOUND) {
+    PrintNotSet(context, option);
+    *result = STATUS_SUCCESS;
+  } else {
+    std::fputs(readFailure, stderr);
+    *result = readStatus;
+  }
+  return false;
+}
+
 void PrintNotSet(OptionContext* context, const char* option) { PrintValue(context, "%s is not set", option); }
 
 void PrintDiagnostic(const char* format, ...) {

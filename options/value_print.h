@@ -13,5 +13,13 @@ void PrintNotSet(OptionContext* context, const char* option);
 // Only the separator: decrements `remaining` and writes ", " or ".".
 void PrintSeparator(OptionContext* context);
 
+// A get's answer to the status of its read. STATUS_NOT_FOUND value-prints
+// "<option> is not set" and the handler succeeds; another failure writes
+// `readFailure` (a whole line) to standard error and the handler fails with it.
+// Returns true when a value was read and is still to be printed; otherwise
+// *result is what the handler returns.
+[[nodiscard]] bool ReadGaveValue(OptionContext* context, NTSTATUS readStatus, const char* option,
+                                 const char* readFailure, NTSTATUS* result);
+
 // A diagnostic line on standard error (the format carries its own "\n").
 void PrintDiagnostic(const char* format, ...) __attribute__((format(printf, 1, 2)));
