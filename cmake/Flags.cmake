@@ -7,9 +7,8 @@ if(VANTOR_HARDEN)
   # symbol (-z now): dropping unreferenced code drops its imports too.
   add_compile_options(-ffunction-sections -fdata-sections)
   add_link_options(-Wl,--gc-sections)
-  # The product throws nothing and asks no type questions; without exception
-  # and type tables the static C++ runtime's unwinder and demangler stay out of
-  # the binary (see cli/assert_hook.cc). Test code turns both back on.
+  # The product throws nothing and asks no type questions: no exception or type
+  # tables in product code. Test code turns both back on.
   add_compile_options(-fno-exceptions -fno-rtti -fno-asynchronous-unwind-tables)
   add_compile_definitions(_FORTIFY_SOURCE=3 _GLIBCXX_ASSERTIONS)
   add_link_options(-pie -Wl,-z,relro,-z,now,-z,noexecstack -static-libstdc++ -static-libgcc)
