@@ -141,8 +141,11 @@ void ClearName(UNICODE_STRING* name) {
 
 // ---- open, close ------------------------------------------------------------
 
-NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access, std::uint32_t options,
-                    FileHandle* out) {
+namespace {
+
+// OpenFileAt with extra POSIX flags that have no option bit (O_NONBLOCK).
+[[nodiscard]] NTSTATUS OpenWithFlags(FileHandle directory, const char* path, std::uint32_t access,
+                                     std::uint32_t options, int extraFlags, FileHandle* out) {
   // A null out or path is refused before any call, like a bad access value.
   if (out == nullptr) {
     return STATUS_INVALID_PARAMETER;
@@ -164,7 +167,7 @@ NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access
       {OPEN_CREATE, O_CREAT},       {OPEN_TRUNCATE, O_TRUNC},       {OPEN_EXCLUSIVE, O_EXCL},
       {OPEN_NO_FOLLOW, O_NOFOLLOW}, {OPEN_DIRECTORY, O_DIRECTORY},  {OPEN_PATH_ONLY, O_PATH},
   };
-  int flags = static_cast<int>(access - 1);
+  int flags = static_cast<int>(access - 1) | extraFlags;
   for (const FlagMap& f : kFlags) {
     if ((options & f.option) != 0) {
       flags |= f.flag;
@@ -201,8 +204,49 @@ NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access
   return STATUS_SUCCESS;
 }
 
+}  // namespace
+
+NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access, std::uint32_t options,
+                    FileHandle* out) {
+  return OpenWithFlags(directory, path, access, options, 0, out);
+}
+
 NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out) {
   return OpenFileAt(kCurrentDirectory, path, access, options, out);
+}
+
+NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out) {
+  // O_NONBLOCK keeps a FIFO or a device from stalling the open; on a regular
+  // file it changes nothing, so it is left set.
+  NTSTATUS status = OpenWithFlags(kCurrentDirectory, path, access, options | OPEN_NO_FOLLOW, O_NONBLOCK, out);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  struct stat st {};
+  if (fstat(*out, &st) != 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't stat file %s: %!ERRNO!", path, errno);
+    status = STATUS_UNSUCCESSFUL;
+  } else if (!S_ISREG(st.st_mode)) {
+    TraceError(TRACE_COMPONENT_CORE, "Refusing %s: not a regular file (mode %o)", path,
+               static_cast<unsigned>(st.st_mode & S_IFMT));
+    status = STATUS_FILE_INVALID;
+  }
+  if (!NT_SUCCESS(status)) {
+    (void)close(*out);  // opened read-only or never written: nothing to lose
+    *out = kInvalidFile;
+  }
+  return status;
+}
+
+NTSTATUS OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
+                                FileHandle* out) {
+  Utf8String utf8;
+  const NTSTATUS status = ToUtf8(path, utf8);
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", path, status);
+    return status;
+  }
+  return OpenRegularFile(utf8.c_str(), access, options, out);
 }
 
 NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
@@ -400,6 +444,25 @@ NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, st
     done += static_cast<std::uint32_t>(n);
   }
   *count = length;
+  return STATUS_SUCCESS;
+}
+
+NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length, std::uint64_t offset) {
+  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+  std::uint32_t done = 0;
+  while (done < length) {
+    const ssize_t n = pwrite(file, bytes + done, length - done, static_cast<off_t>(offset + done));
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    // No progress would loop for ever: taken as an I/O error.
+    if (n <= 0) {
+      const int err = n < 0 ? errno : EIO;
+      TraceError(TRACE_COMPONENT_CORE, "Couldn't write to file: %!ERRNO!", err);
+      return STATUS_UNSUCCESSFUL;
+    }
+    done += static_cast<std::uint32_t>(n);
+  }
   return STATUS_SUCCESS;
 }
 

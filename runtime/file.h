@@ -35,6 +35,16 @@ inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
 [[nodiscard]] NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access,
                                   std::uint32_t options, FileHandle* out);
 [[nodiscard]] NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out);
+// OpenFile for a file whose contents the caller trusts or will overwrite: a final
+// symbolic link is never followed (OPEN_NO_FOLLOW is added), a FIFO or device
+// never blocks the open (O_NONBLOCK), and whatever is not a regular file is
+// closed again and refused with STATUS_FILE_INVALID and a log line naming the
+// reason. A link fails the open itself (ELOOP, logged as any open failure).
+[[nodiscard]] NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t options,
+                                       FileHandle* out);
+// Leaves *out unwritten when the path cannot be converted.
+[[nodiscard]] NTSTATUS OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access,
+                                              std::uint32_t options, FileHandle* out);
 // Leaves *out unwritten when the path cannot be converted.
 [[nodiscard]] NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
                                        FileHandle* out);
@@ -61,6 +71,12 @@ inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
                                         const std::uint64_t* offset);
 // Writes the whole buffer; a failed write() (EINTR included) ends it.
 [[nodiscard]] NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, std::uint32_t* count);
+// Writes the whole buffer at offset with pwrite(), continuing after short writes
+// and EINTR; the descriptor's own offset is untouched. Any other failure (or a
+// write that makes no progress) is logged and gives STATUS_UNSUCCESSFUL; bytes
+// written before it stay written.
+[[nodiscard]] NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length,
+                                         std::uint64_t offset);
 [[nodiscard]] NTSTATUS CloseFile(FileHandle file);
 
 [[nodiscard]] NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting);

@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -95,33 +96,60 @@ class StoreLockGuard {
   StoreLockGuard& operator=(const StoreLockGuard&) = delete;
 };
 
-// flock for the guard's lifetime. A failure is logged and the caller goes on
-// unlocked (the unlock is then skipped). EINTR is retried: an interrupted wait
-// is not a refusal.
+// How long an operation waits for another process to release the file lock
+// before it gives up; the sensor holds it only for single reads and writes.
+constexpr std::int64_t kLockWaitNanoseconds = 10'000'000'000;
+
+std::int64_t MonotonicNanoseconds() {
+  timespec now{};
+  (void)clock_gettime(CLOCK_MONOTONIC, &now);  // cannot fail for this clock
+  return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
+// flock for the guard's lifetime, waiting at most kLockWaitNanoseconds: the
+// lock is tried without blocking and retried with a growing pause (1 to 32 ms),
+// so a process that never lets go cannot hang the tool. status() tells whether
+// the lock was had; the store is never read for a write or written without it.
 class FileLockGuard {
  public:
   FileLockGuard(FileHandle file, int operation) : file_(file) {
-    int rc;
-    do {
-      rc = flock(file, operation);
-    } while (rc != 0 && errno == EINTR);
-    if (rc != 0) {
-      TraceError(kComponent, "flock() failed:%d", errno);
-      return;
+    const std::int64_t deadline = MonotonicNanoseconds() + kLockWaitNanoseconds;
+    long pause = 1'000'000;
+    for (;;) {
+      if (flock(file, operation | LOCK_NB) == 0) {
+        status_ = STATUS_SUCCESS;
+        return;
+      }
+      const int error = errno;
+      if (error != EWOULDBLOCK && error != EINTR) {
+        TraceError(kComponent, "flock() failed:%d", error);
+        status_ = STATUS_LOCK_NOT_GRANTED;
+        return;
+      }
+      if (MonotonicNanoseconds() >= deadline) {
+        TraceError(kComponent, "The store is locked by another process; gave up after %d seconds",
+                   static_cast<int>(kLockWaitNanoseconds / 1'000'000'000));
+        status_ = STATUS_LOCK_NOT_GRANTED;
+        return;
+      }
+      const timespec wait{0, pause};
+      (void)nanosleep(&wait, nullptr);  // an interrupted pause only shortens it
+      pause = std::min(pause * 2, 32'000'000L);
     }
-    locked_ = true;
   }
   ~FileLockGuard() {
-    if (locked_ && flock(file_, LOCK_UN) != 0) {
+    if (NT_SUCCESS(status_) && flock(file_, LOCK_UN) != 0) {
       TraceError(kComponent, "Unlock attempt failed:%d", errno);
     }
   }
   FileLockGuard(const FileLockGuard&) = delete;
   FileLockGuard& operator=(const FileLockGuard&) = delete;
 
+  [[nodiscard]] NTSTATUS status() const { return status_; }
+
  private:
   FileHandle file_;
-  bool locked_ = false;
+  NTSTATUS status_ = STATUS_LOCK_NOT_GRANTED;
 };
 
 // Blocks the termination signals in the calling thread; restores the previous
@@ -150,54 +178,33 @@ class TerminationSignalBlock {
   bool blocked_ = false;
 };
 
-[[nodiscard]] NTSTATUS Rewind(FileHandle file) {
-  const NTSTATUS status = SetFileOffset(file, 0, 0);
-  if (!NT_SUCCESS(status)) {
-    TraceError(kComponent, "Failed set file pointer to start: %!STATUS!", status);
-  }
-  return status;
-}
-
-// Reads the whole image from the current offset (0 between operations), looping
-// over short reads; a file that ends early gives STATUS_END_OF_FILE. Always
-// rewinds, also after a failure (a failed rewind after a failed read is only
-// logged), so the next operation starts at offset 0.
+// Reads the whole image from offset 0 with positioned reads, looping over short
+// reads; a file that ends early gives STATUS_END_OF_FILE.
 [[nodiscard]] NTSTATUS ReadSimpleStore(FileHandle file, std::uint8_t* image) {
   NTSTATUS status = STATUS_SUCCESS;
   std::uint32_t done = 0;
   while (done < kImageBytes) {
     std::uint32_t count = 0;
-    status = ReadFile(file, image + done, kImageBytes - done, &count);
+    const std::uint64_t offset = done;
+    status = ReadFileAtOffset(file, image + done, kImageBytes - done, &count, &offset);
     if (!NT_SUCCESS(status)) {
-      break;
-    }
-    if (count == 0) {
-      status = STATUS_END_OF_FILE;
       break;
     }
     done += count;
   }
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed read to store: %!STATUS!", status);
-    (void)Rewind(file);
-    return status;
   }
-  return Rewind(file);
+  return status;
 }
 
-// Writes the whole image at the current offset, rewinds and fsyncs, with the
-// termination signals held off throughout. A failed write still rewinds.
+// Writes the whole image at offset 0 and fsyncs, with the termination signals
+// held off throughout. Every step is checked; a failure is logged and returned.
 [[nodiscard]] NTSTATUS WriteSimpleStore(FileHandle file, const std::uint8_t* image) {
   const TerminationSignalBlock block;
-  std::uint32_t count = 0;
-  NTSTATUS status = WriteFile(file, image, kImageBytes, &count);
+  const NTSTATUS status = WriteFileAtOffset(file, image, kImageBytes, 0);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed write to store: %!STATUS!", status);
-    (void)Rewind(file);
-    return status;
-  }
-  status = Rewind(file);
-  if (!NT_SUCCESS(status)) {
     return status;
   }
   if (fsync(file) != 0) {
@@ -294,20 +301,27 @@ template <typename Work>
   }
   const StoreLockGuard storeLock;
   const FileLockGuard fileLock(g_store.file, flockOperation);
+  if (!NT_SUCCESS(fileLock.status())) {
+    return fileLock.status();
+  }
   return std::forward<Work>(work)();
 }
 
-// Steps 4 to 10 of the open on an already allocated image. On success the
-// descriptor and image belong to g_store; on failure everything is released.
+// Opens, locks, validates and if need be repairs the store file into an
+// already allocated image. On success the descriptor and image belong to
+// g_store; on failure everything is released.
 [[nodiscard]] NTSTATUS OpenWithImage(PoolBuffer image, const char* path) {
   UniqueFile file;
-  NTSTATUS status = OpenFile(path, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
+  NTSTATUS status = OpenRegularFile(path, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", path, status);
     return status;
   }
   // Declared after `file`, so the flock is released before the descriptor closes.
   const FileLockGuard fileLock(file.get(), LOCK_EX);
+  if (!NT_SUCCESS(fileLock.status())) {
+    return fileLock.status();
+  }
 
   std::uint64_t length = 0;
   status = GetFileLength(file.get(), &length);
@@ -318,6 +332,7 @@ template <typename Work>
 
   auto* bytes = image.as<std::uint8_t>();
   bool valid = false;
+  std::uint64_t reported = length;  // an image of the right size that fails validation is reported as 0
   if (length == L::kImageSize) {
     status = ReadSimpleStore(file.get(), bytes);
     if (!NT_SUCCESS(status)) {
@@ -326,20 +341,29 @@ template <typename Work>
     valid = ValidateSimpleStore(bytes);
     if (!valid) {
       TraceError(kComponent, "ValidateData failed");
-      length = 0;
+      reported = 0;
     }
   }
   if (!valid) {
     TraceError(kComponent, "Invalid file %s length: %d", path,
-               static_cast<int>(std::min<std::uint64_t>(length, INT_MAX)));
-    if (ftruncate(file.get(), static_cast<off_t>(L::kImageSize)) != 0) {
-      TraceError(kComponent, "Failed to truncate %s file: %!ERRNO!", path, errno);
-      return STATUS_INSUFFICIENT_RESOURCES;
-    }
+               static_cast<int>(std::min<std::uint64_t>(reported, INT_MAX)));
+    // The empty image goes in first and a longer file is cut after, so a
+    // failure at either step leaves a file that the next open repairs again,
+    // never a valid-looking image of the wrong size.
     ResetImage(bytes);
     status = WriteSimpleStore(file.get(), bytes);
     if (!NT_SUCCESS(status)) {
       return status;
+    }
+    if (length > L::kImageSize) {
+      if (ftruncate(file.get(), static_cast<off_t>(L::kImageSize)) != 0) {
+        TraceError(kComponent, "Failed to truncate %s file: %!ERRNO!", path, errno);
+        return STATUS_INSUFFICIENT_RESOURCES;
+      }
+      if (fsync(file.get()) != 0) {
+        TraceError(kComponent, "Failed to flush file: %!ERRNO!", errno);
+        return STATUS_UNSUCCESSFUL;
+      }
     }
   }
 

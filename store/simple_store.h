@@ -4,8 +4,10 @@
 //
 // Locking: a process-wide reader-writer lock (always taken exclusively), then
 // flock on the file: shared for a get, exclusive for a set, a delete and the
-// open. Released in the opposite order. A failed flock is logged and the
-// operation goes on unlocked.
+// open. Released in the opposite order. The flock wait is bounded at 10
+// seconds; a lock still held by another process after that, or a refused
+// flock, fails the operation with STATUS_LOCK_NOT_GRANTED and a log line.
+// Nothing is ever read for a change or written without the lock.
 //
 // Log lines go through TraceWrite at level 2, component 7.
 //
@@ -13,8 +15,9 @@
 // in. If the file turns out shorter (another process shrank it after the open),
 // the operation fails with STATUS_END_OF_FILE, logs "Failed read to store:" with
 // it, and never validates or writes back the partial image; only the open repairs
-// a wrongly sized file. Read and write always rewind the descriptor to offset 0,
-// also when they fail, so one failure does not shift every later operation.
+// a wrongly sized file. Reads and writes are positioned at offset 0 (pread,
+// pwrite), so the descriptor's offset never matters, and every write-back
+// checks the write and the fsync.
 //
 // A write-back blocks SIGTERM, SIGINT, SIGHUP and SIGQUIT in the calling thread
 // from before the write through the fsync, then restores the previous mask, so a
@@ -35,8 +38,9 @@
 
 // Opens (creating it 0660 if missing) /opt/Marrowlight/vantorstore, validates it
 // and, if it has the wrong size or any invalid slot, rewrites it empty. Never
-// reports a damaged file; fails only when the file cannot be opened, read,
-// sized or written, or on allocation failure.
+// reports a damaged file; fails when the file cannot be opened, locked, read,
+// sized or written, on allocation failure, and when the path is a symbolic link
+// or anything but a regular file (refused, never followed or written).
 [[nodiscard]] NTSTATUS OpenSimpleStore();
 // Same, on another path (tests and tools). OpenSimpleStore uses the vendor path.
 // Opening while a store is open closes the open one first.
