@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -61,12 +62,47 @@ NTSTATUS TvFormatString(char* buffer, std::size_t size, std::size_t* length, con
   return status;
 }
 
-std::int32_t ReadPidFile() {
-  const int fd = open(g_pidFilePath, O_RDONLY | O_CLOEXEC);
+namespace {
+
+// The kernel's ceiling for pid_max, used when /proc/sys cannot be read.
+constexpr long kPidMaxLimit = 4194304;
+
+// The system's largest PID: /proc/sys/kernel/pid_max, or kPidMaxLimit when that
+// cannot be read or makes no sense.
+long SystemPidMax() {
+  const int fd = open("/proc/sys/kernel/pid_max", O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) {
+    return kPidMaxLimit;
+  }
+  char text[16] = {};
+  const ssize_t n = read(fd, text, sizeof(text) - 1);
+  CloseQuietly(fd);
+  const long value = n > 0 ? std::strtol(text, nullptr, 10) : 0;
+  return value > 0 && value <= kPidMaxLimit ? value : kPidMaxLimit;
+}
+
+}  // namespace
+
+std::int32_t ReadPidFileKeepOpen(int* file) {
+  *file = -1;
+  // Never through a planted link, and never stuck on a FIFO.
+  const int fd = open(g_pidFilePath, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   if (fd < 0) {
     const int err = errno;
     TraceError(TRACE_COMPONENT_PIDFILE, "Error opening PID file: %!ERRNO!", err);
     return -err;
+  }
+  struct stat st {};
+  if (fstat(fd, &st) != 0) {
+    const int err = errno;
+    TraceError(TRACE_COMPONENT_PIDFILE, "Error reading PID file: %!ERRNO!", err);
+    CloseQuietly(fd);
+    return -err;
+  }
+  if (!S_ISREG(st.st_mode)) {
+    TraceError(TRACE_COMPONENT_PIDFILE, "PID file is not a regular file");
+    CloseQuietly(fd);
+    return -EINVAL;
   }
 
   char text[kPidTextSize + 1] = {};  // one spare byte keeps the text terminated
@@ -87,7 +123,6 @@ std::int32_t ReadPidFile() {
     }
     total += static_cast<std::size_t>(n);
   }
-  CloseQuietly(fd);
   text[total] = '\0';
 
   errno = 0;
@@ -95,15 +130,42 @@ std::int32_t ReadPidFile() {
   const int err = errno;
   if (err != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "strtol error: %!ERRNO!", err);
+    CloseQuietly(fd);
     return -err;
   }
-  if (value < 1) {
+  // Beyond pid_max no process can have the number; cut to 32 bits it could name
+  // another process, or with kill() a whole process group.
+  if (value < 1 || value > SystemPidMax()) {
     TraceError(TRACE_COMPONENT_PIDFILE, "Invalid PID: %ld", value);
+    CloseQuietly(fd);
     return -ERANGE;
   }
-  // At most 14 bytes of text: a value above the 32-bit range is cut like the
-  // original conversion; PIDs never get there (pid_max is at most 2^22).
+  *file = fd;
   return static_cast<std::int32_t>(value);
+}
+
+std::int32_t ReadPidFile() {
+  int file = -1;
+  const std::int32_t pid = ReadPidFileKeepOpen(&file);
+  if (file != -1) {
+    CloseQuietly(file);
+  }
+  return pid;
+}
+
+int PidFileOwnerLockError(int file) {
+  if (flock(file, LOCK_SH | LOCK_NB) == 0) {
+    // Nobody holds the owner's lock: the daemon that wrote the file is gone.
+    (void)flock(file, LOCK_UN);  // closing the descriptor drops it anyway
+    TraceError(TRACE_COMPONENT_PIDFILE, "PID file is stale: its lock is not held");
+    return ESRCH;
+  }
+  const int err = errno;
+  if (err == EWOULDBLOCK) {
+    return 0;
+  }
+  TraceError(TRACE_COMPONENT_PIDFILE, "Cannot test the PID file lock: %!ERRNO!", err);
+  return err;
 }
 
 NTSTATUS CreatePidFile() {

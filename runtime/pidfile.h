@@ -17,10 +17,20 @@ inline constexpr char kPidFilePath[] = "/var/run/vantor-sensor.pid";
 // The formatted PID plus its terminator must fit in this many bytes.
 inline constexpr std::size_t kPidTextSize = 14;
 
-// Returns the PID (> 0) found in the PID file, or a negative errno value: -errno
-// when the file cannot be opened or read, the strtol errno negated, or -ERANGE
-// (-34) for a number below 1. Takes no lock and never modifies the file.
+// Returns the PID found in the PID file, or a negative errno value: -errno when
+// the file cannot be opened or read, -EINVAL when it is not a regular file, the
+// strtol errno negated, or -ERANGE (-34) for a number outside 1..pid_max. The
+// open never follows a final symbolic link (-ELOOP) and never blocks (a FIFO is
+// refused). Takes no lock and never modifies the file.
 [[nodiscard]] std::int32_t ReadPidFile();
+// ReadPidFile that, on success, leaves the PID file open in *file (the caller
+// closes it) so that its owner's lock can be tested; *file is -1 on failure.
+[[nodiscard]] std::int32_t ReadPidFileKeepOpen(int* file);
+// Tests the owner's lock on an open PID file with a non-blocking shared flock:
+// 0 when it is held (refused with EWOULDBLOCK: the daemon is alive), ESRCH when
+// it could be taken (a stale file; the probe lock is dropped again), or the
+// errno of a probe that failed otherwise. Logs every non-zero result.
+[[nodiscard]] int PidFileOwnerLockError(int file);
 
 // Creates the file exclusively (STATUS_ALREADY_EXISTS_PIDFILE when it exists),
 // locks it (STATUS_LOCK_NOT_GRANTED, file left on disk) and writes getpid(). On
