@@ -41,9 +41,9 @@ bool StartUp() {
     if (!RedirectToolLogToStdout()) {
       std::fputs("WARNING: failed to redirect logs to STDOUT\n", stderr);
     }
-    // Opened through the link before the switch, so the descriptor stays this
-    // container's standard output afterwards.
-    TraceOpenToolLog();
+    // Standard output itself, taken before the switch, so the log stays this
+    // container's standard output afterwards and shares its file offset.
+    TraceOpenToolLogOnStandardOutput();
     if (!NT_SUCCESS(NamespaceSwitchToInit()) && !NamespaceSwitchCountAbove(0)) {
       std::fputs("ERROR: failed switch to init mount namespace\n", stderr);
       return false;

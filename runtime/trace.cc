@@ -10,6 +10,7 @@
 // Level and filter are atomics read without the lock.
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -81,16 +82,12 @@ void TraceWriteArgs(std::uint32_t level, std::uint32_t component, std::uint64_t 
   WriteLine(line, length);
 }
 
-// Opening again replaces the current log. On failure the previous log (if
-// any) is closed too and the descriptor stays -1, so the process runs on with
-// no log; only the system log hears about it.
-void TraceOpenLogFile(const char* path, const char* identity) {
-  int fd = -1;
-  int error = EINVAL;
-  if (path != nullptr) {
-    fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    error = errno;
-  }
+namespace {
+
+// Makes `fd` (or -1 after a failed open with `error`) the log, closing the
+// previous one. On failure the process runs on with no log; only the system
+// log hears about it.
+void InstallLog(int fd, int error, const char* path, const char* identity) {
   int previous = -1;
   {
     LogLockGuard guard(LogLockGuard::Side::Exclusive);
@@ -112,7 +109,43 @@ void TraceOpenLogFile(const char* path, const char* identity) {
   if (!gTrace.exitHandlerRegistered.exchange(true)) (void)std::atexit(TraceCloseLogFile);
 }
 
+}  // namespace
+
+// Opening again replaces the current log. The log is never opened through a
+// final symbolic link, never blocks on a FIFO, and must be a regular file;
+// anything else is refused like a failed open, with a second system-log line
+// naming the reason.
+void TraceOpenLogFile(const char* path, const char* identity) {
+  int fd = -1;
+  int error = EINVAL;
+  if (path != nullptr) {
+    fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    error = errno;
+    struct stat st {};
+    if (fd != -1 && fstat(fd, &st) != 0) {
+      error = errno;
+      (void)close(fd);  // nothing was written to it
+      fd = -1;
+    } else if (fd != -1 && !S_ISREG(st.st_mode)) {
+      error = EINVAL;
+      syslog(LOG_ERR, "vantor: Refusing log file %s: not a regular file", path);
+      (void)close(fd);  // nothing was written to it
+      fd = -1;
+    } else if (fd == -1 && error == ELOOP) {
+      syslog(LOG_ERR, "vantor: Refusing log file %s: a symbolic link", path);
+    }
+  }
+  InstallLog(fd, error, path, identity);
+}
+
 void TraceOpenToolLog() { TraceOpenLogFile(kToolLogPath, nullptr); }
+
+void TraceOpenToolLogOnStandardOutput() {
+  // A duplicate shares descriptor 1's file offset, so log lines and the
+  // result line follow each other in a regular file instead of overwriting.
+  const int fd = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+  InstallLog(fd, errno, kToolLogPath, nullptr);
+}
 
 void TraceCloseLogFile() {
   int fd = -1;

@@ -115,15 +115,21 @@ void TraceError(std::uint32_t component, const char* format, const Args&... args
   TraceWrite(TRACE_LEVEL_ERROR, component, 0, 0, 0, format, args...);
 }
 
-// Opens `path` for appending (created 0600, close-on-exec). On failure the
-// system log gets "vantor: Unable to open log file %s, errno = %d" and the log
-// stays closed. With an identity, openlog() is called for the daemon facility.
+// Opens `path` for appending (created 0600, close-on-exec), never through a
+// final symbolic link and never blocking; a path that is not a regular file is
+// refused. On failure the system log gets "vantor: Unable to open log file %s,
+// errno = %d" (plus a line naming a refusal's reason) and the log stays closed. With an identity, openlog() is called for the daemon facility.
 // Registers TraceCloseLogFile at exit.
 void TraceOpenLogFile(const char* path, const char* identity);
 // Opening again replaces (and closes) the current log; a failed open leaves
 // no log open.
 // TraceOpenLogFile("/var/log/vantorctl.log", nullptr).
 void TraceOpenToolLog();
+// The tool's log in a namespaced run: a close-on-exec duplicate of standard
+// output (descriptor 1), remembered under the tool log's path. The link at that
+// path is made by the namespace code; it is not opened, so nothing is followed.
+// A failed duplicate is reported like a failed open.
+void TraceOpenToolLogOnStandardOutput();
 // Closes the log and forgets its path; later lines are dropped. Safe to call
 // more than once. The log lock is statically initialised and never destroyed,
 // so trace calls from other threads before the open or after the close are safe.
