@@ -4,8 +4,12 @@
 // Process state (no static constructors): the root pointer, the rundown guard
 // and the two paths. OpenRegistry and CloseRegistry are serialised by their
 // caller; everything else holds the guard and then the registry lock.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -17,6 +21,7 @@
 #include "runtime/little_endian.h"
 #include "runtime/pool.h"
 #include "runtime/trace.h"
+#include "runtime/utf8.h"
 
 namespace {
 
@@ -383,6 +388,82 @@ void DumpAttributeNode(const RegistryNode* node, RegistryPrinter printer) {
 RegistryRoot* LoadedRegistry() { return g_root.load(); }
 RundownGuard* RegistryRundownGuard() { return &g_guard; }
 
+// Reads all `length` bytes of the registry file into a new buffer. A file too
+// large for one buffer, a failed allocation, a failed read or a file that ends
+// early fails (logged); the caller then writes nothing back.
+[[nodiscard]] NTSTATUS ReadWholeFile(FileHandle file, std::uint64_t length, PoolBuffer* image) {
+  if (length > std::numeric_limits<std::uint32_t>::max()) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Registry file too large: %llu bytes",
+               static_cast<unsigned long long>(length));
+    return STATUS_FILE_INVALID;
+  }
+  PoolBuffer buffer(static_cast<std::size_t>(length), TAG_REGISTRY);
+  if (!buffer) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to allocate the registry image: %!STATUS!", STATUS_NO_MEMORY);
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  const auto size = static_cast<std::uint32_t>(length);
+  std::uint32_t done = 0;
+  while (done < size) {
+    std::uint32_t count = 0;
+    const std::uint64_t offset = done;
+    const NTSTATUS status = ReadFileAtOffset(file, buffer.as<std::uint8_t>() + done, size - done, &count, &offset);
+    if (!NT_SUCCESS(status)) {
+      TraceError(TRACE_COMPONENT_REGISTRY, "Failed to read the registry file: %!STATUS!", status);
+      return status;
+    }
+    done += count;
+  }
+  *image = std::move(buffer);
+  return STATUS_SUCCESS;
+}
+
+// Removes the temporary file if it is a regular file (a failed flush's own
+// leftover); a link, a directory or anything else there is left alone.
+void RemoveOwnTempFile() {
+  Utf8String path;
+  if (!NT_SUCCESS(path.Convert(&g_tempPath))) {
+    return;
+  }
+  struct stat st {};
+  if (lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && unlink(path.c_str()) != 0) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Could not remove %s: %!ERRNO!", path.c_str(), errno);
+  }
+}
+
+// One attempt at writing the tree to a new temporary file, fsynced and closed.
+// A stale temporary file is unlinked first (unlink never follows a link); the
+// new one is created exclusively, so nothing planted there is ever written to.
+[[nodiscard]] NTSTATUS WriteTempFile(RegistryRoot* root) {
+  Utf8String path;
+  NTSTATUS status = path.Convert(&g_tempPath);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Could not remove stale %s: %!ERRNO!", path.c_str(), errno);
+  }
+  UniqueFile file;
+  status = OpenRegularFile(path.c_str(), FILE_ACCESS_READ_WRITE, OPEN_CREATE | OPEN_EXCLUSIVE, file.out());
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  root->File = file.get();
+  if (root->FirstStore != nullptr) {
+    status = SerializeList(root->FirstStore, root->File);
+  }
+  root->File = kInvalidFile;
+  if (NT_SUCCESS(status) && fsync(file.get()) != 0) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to flush %s: %!ERRNO!", path.c_str(), errno);
+    status = STATUS_UNSUCCESSFUL;
+  }
+  if (CloseFile(file.release()) != STATUS_SUCCESS && NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to close %s", path.c_str());
+    status = STATUS_UNSUCCESSFUL;
+  }
+  return status;
+}
+
 // --- public operations ---------------------------------------------------
 
 // An open registry is refused before its paths or guard are touched, so the
@@ -409,10 +490,17 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   InitializeRecursiveLockBlock(&root->Lock);
 
   UniqueFile file;
-  status = OpenFileUnicode(&g_registryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
   std::uint64_t length = 0;
+  PoolBuffer image;
+  status = OpenRegularFileUnicode(&g_registryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
   if (NT_SUCCESS(status)) {
     status = GetFileLength(file.get(), &length);
+  }
+  // The whole file is read before the registry counts as open: a file that
+  // cannot be read whole fails the open, so a tree that lacks what the file
+  // holds is never flushed over it.
+  if (NT_SUCCESS(status) && length != 0) {
+    status = ReadWholeFile(file.get(), length, &image);
   }
   if (!NT_SUCCESS(status)) {
     DestroyRecursiveLockBlock(&root->Lock);
@@ -420,26 +508,11 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
     return status;
   }
   g_root.store(static_cast<RegistryRoot*>(rootMemory.release()));  // open from here on
-  if (length == 0) {
-    return STATUS_SUCCESS;
-  }
-  // A file too large for one read, or a buffer that cannot be had, leaves the
-  // registry open and empty.
-  if (length > std::numeric_limits<std::uint32_t>::max()) {
-    return STATUS_SUCCESS;
-  }
-  PoolBuffer image(static_cast<std::size_t>(length), TAG_REGISTRY);
-  if (!image) {
-    return STATUS_SUCCESS;
-  }
-  root->File = file.get();
-  std::uint32_t count = 0;
-  if (NT_SUCCESS(ReadFile(file.get(), image.get(), static_cast<std::uint32_t>(length), &count))) {
+  if (length != 0) {
     // The parse status is not passed on: a damaged file loads up to the damage.
-    Parser parser(std::span<const std::uint8_t>(image.as<const std::uint8_t>(), count));
+    Parser parser(std::span<const std::uint8_t>(image.as<const std::uint8_t>(), static_cast<std::size_t>(length)));
     (void)parser.ParseStores();
   }
-  root->File = kInvalidFile;
   return STATUS_SUCCESS;
 }
 
@@ -467,15 +540,7 @@ NTSTATUS FlushRegistry() {
 
   NTSTATUS status = STATUS_UNSUCCESSFUL;
   for (int attempt = 0; attempt < kFlushAttempts; ++attempt) {
-    root->File = kInvalidFile;
-    status = OpenFileUnicode(&g_tempPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE | OPEN_TRUNCATE, &root->File);
-    if (NT_SUCCESS(status)) {
-      if (root->FirstStore != nullptr) {
-        status = SerializeList(root->FirstStore, root->File);
-      }
-      (void)CloseFile(root->File);
-      root->File = kInvalidFile;
-    }
+    status = WriteTempFile(root);
     if (NT_SUCCESS(status)) {
       status = RenameFile(&g_tempPath, &g_registryPath, true);
       if (NT_SUCCESS(status)) {
@@ -483,18 +548,12 @@ NTSTATUS FlushRegistry() {
         return STATUS_SUCCESS;
       }
     }
+    RemoveOwnTempFile();
   }
 
-  // Three failures: remove the on-disk registry rather than leave it stale; the
-  // tree stays in memory.
+  // Three failures: the registry file keeps what it held (it is never deleted
+  // or cut), the tree stays in memory, and the failure is returned.
   TraceError(TRACE_COMPONENT_REGISTRY, "Failed flush store: %!STATUS!", status);
-  status = DeleteFileUnicode(&g_registryPath);
-  if (status == STATUS_OBJECT_NAME_NOT_FOUND) {
-    status = STATUS_SUCCESS;
-  } else if (!NT_SUCCESS(status)) {
-    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to delete store: %!STATUS!", status);
-  }
-  (void)DeleteFileUnicode(&g_tempPath);
   root->Dirty = 0;
   return status;
 }

@@ -92,21 +92,35 @@ TEST_F(RegistryFile, FileThatDoesNotStartWithAStoreLoadsEmptyAndIsLeftAlone) {
 }
 
 // A directory in the temporary file's place stops its creation (root too):
-// after three attempts the registry file is deleted, the tree stays in memory
-// and is no longer dirty; the next change is written in full.
-TEST_F(RegistryFile, FailedFlushDeletesTheFileButKeepsTheTree) {
-  WriteBytes(Path(), Image().Store(kGuidA).bytes);
+// after three attempts the flush fails, the registry file keeps its bytes, the
+// directory is left alone, and the tree stays in memory, no longer dirty; the
+// next change is written in full.
+TEST_F(RegistryFile, FailedFlushKeepsTheFileAndTheTree) {
+  const std::string before = Image().Store(kGuidA).bytes;
+  WriteBytes(Path(), before);
   ASSERT_EQ(Open(), STATUS_SUCCESS);
   ASSERT_EQ(Set(Record(Collection(Store(kGuidA), kGuidB), "r"), "a", "data"), STATUS_SUCCESS);
   ASSERT_EQ(mkdir((Path() + ".tmp").c_str(), 0770), 0);
-  EXPECT_EQ(FlushRegistry(), STATUS_SUCCESS);  // the deletion's status
-  EXPECT_FALSE(exists(Path()));
+  EXPECT_FALSE(NT_SUCCESS(FlushRegistry()));
+  EXPECT_EQ(ReadBytes(Path()), before);
   EXPECT_FALSE(IsRegistryDirty());
   ASSERT_EQ(rmdir((Path() + ".tmp").c_str()), 0);
   Store(kGuidC);
   EXPECT_EQ(FlushRegistry(), STATUS_SUCCESS);
   EXPECT_EQ(ReadBytes(Path()),
             Image().Store(kGuidA).Collection(kGuidB).Record("r").Attribute("a", "data").Store(kGuidC).bytes);
+}
+
+// A link planted at the temporary path is removed, never written through.
+TEST_F(RegistryFile, FlushNeverWritesThroughALinkAtTheTemporaryPath) {
+  const std::string victim = Path() + ".victim";
+  WriteBytes(victim, "keep");
+  ASSERT_EQ(symlink(victim.c_str(), (Path() + ".tmp").c_str()), 0);
+  ASSERT_EQ(Open(), STATUS_SUCCESS);
+  Store(kGuidA);
+  EXPECT_EQ(FlushRegistry(), STATUS_SUCCESS);
+  EXPECT_EQ(ReadBytes(victim), "keep");
+  EXPECT_EQ(ReadBytes(Path()), Image().Store(kGuidA).bytes);
 }
 
 TEST_F(RegistryFile, VolatileNodesAreLeftOutButTheirLaterSiblingsAreWritten) {
