@@ -160,20 +160,26 @@ using SystemTagCallback = NTSTATUS (*)(std::uint64_t tag, void* context);
 [[nodiscard]] NTSTATUS PrintSystemTags();
 
 // Loads `path` (created empty, 0660, when missing) into a new tree. A damaged
-// file loads up to the damage and still gives STATUS_SUCCESS. Statuses:
-// STATUS_INVALID_PARAMETER (path too long for its ".tmp" twin), STATUS_NO_MEMORY,
-// STATUS_FAIL_CHECK (already open; the open tree is left as it is),
-// STATUS_INSUFFICIENT_RESOURCES, or the file open's / length query's status.
+// file loads up to the damage and still gives STATUS_SUCCESS. A path that is a
+// symbolic link or not a regular file, and a file that cannot be read whole,
+// fail the open and leave the registry closed, so nothing is written back over
+// a file whose contents were not loaded. Statuses: STATUS_INVALID_PARAMETER
+// (path too long for its ".tmp" twin), STATUS_NO_MEMORY, STATUS_FAIL_CHECK
+// (already open; the open tree is left as it is), STATUS_INSUFFICIENT_RESOURCES,
+// STATUS_FILE_INVALID, or the file open's, length query's or read's status.
 [[nodiscard]] NTSTATUS OpenRegistry(const UNICODE_STRING* path);
 // STATUS_SUCCESS if already open, else OpenRegistry on /opt/Marrowlight/Registry.bin.
 [[nodiscard]] NTSTATUS EnsureRegistryOpen();
 // Flushes (result ignored), runs the guard down, frees everything. Nothing
 // happens when the registry is not open.
 void CloseRegistry();
-// Writes the tree to "<path>.tmp" and renames it over the registry file when
-// dirty; three attempts, then the registry file is deleted and the tree kept in
-// memory, no longer dirty. STATUS_INVALID_HANDLE (not open), STATUS_TOO_LATE
-// (closing), STATUS_SUCCESS, or the registry file deletion's status.
+// When dirty, writes the tree to a new "<path>.tmp" (a stale one is unlinked
+// first, the new one created exclusively and fsynced) and renames it over the
+// registry file; three attempts, then the tree is kept in memory, no longer
+// dirty, and the registry file is left as it was: it is never deleted or cut.
+// A failed attempt removes its own temporary file when that is a regular file.
+// STATUS_INVALID_HANDLE (not open), STATUS_TOO_LATE (closing), STATUS_SUCCESS,
+// or the last attempt's failure.
 [[nodiscard]] NTSTATUS FlushRegistry();
 // Prints the tree through `printer`.
 void DumpRegistry(RegistryPrinter printer);
