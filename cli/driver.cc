@@ -1,9 +1,13 @@
 #include "cli/driver.h"
 
+#include <fcntl.h>
 #include <getopt.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "cli/option_table.h"
 #include "cli/usage.h"
@@ -26,6 +30,28 @@ struct ParseState {
 };
 
 enum class ParseResult { Done, Usage, Failed };
+
+// Set when the tool was started with standard output closed.
+bool gStandardOutputWasClosed = false;
+
+// A descriptor 0, 1 or 2 that the caller left closed is taken by /dev/null
+// before anything is opened, so that no file the tool opens (the store, above
+// all) can become standard output and receive its text. A closed standard
+// output is remembered and reported as a write error at the end.
+void ReserveStandardDescriptors() {
+  for (int fd = 0; fd <= 2; ++fd) {
+    if (fcntl(fd, F_GETFD) != -1 || errno != EBADF) {
+      continue;
+    }
+    if (fd == 1) {
+      gStandardOutputWasClosed = true;
+    }
+    const int reserved = open("/dev/null", O_RDWR);
+    if (reserved != fd && reserved >= 0) {
+      (void)close(reserved);  // not the slot we meant to fill: leave things as they were
+    }
+  }
+}
 
 // Writes the usage hint that ends every failed run and returns its status.
 int Fail() {
@@ -162,6 +188,7 @@ bool Dispatch(ParseState* state) {
 }  // namespace
 
 int RunDriver(int argc, char** argv) {
+  ReserveStandardDescriptors();
   if (!StartUp()) {
     return kExitFailure;
   }
@@ -181,7 +208,22 @@ int RunDriver(int argc, char** argv) {
   return kExitSuccess;
 }
 
-DriverExitScope::~DriverExitScope() {
+int FinishRun(int status) {
   CloseSimpleStore();
   std::fputc('\n', stdout);
+  // A stream error may have been set by an earlier, automatic flush; the errno
+  // of that write is gone by now, and EIO stands in for it.
+  const bool earlier = std::ferror(stdout) != 0 || gStandardOutputWasClosed;
+  errno = gStandardOutputWasClosed ? EBADF : 0;
+  const bool flushFailed = std::fflush(stdout) != 0;
+  int error = gStandardOutputWasClosed ? EBADF : errno;
+  const bool closeFailed = std::fclose(stdout) != 0;
+  if (closeFailed && error == 0) {
+    error = errno;
+  }
+  if (earlier || flushFailed || closeFailed) {
+    std::fprintf(stderr, "vantorctl: write error: %s\n", std::strerror(error != 0 ? error : EIO));
+    return kExitFailure;
+  }
+  return status;
 }

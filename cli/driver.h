@@ -4,18 +4,13 @@
 // Start-up (namespace switch, trace log, configuration store), parse against
 // the option table, mode checks, dispatch in table order. Returns the exit
 // status: 0 on success and after the usage text, 1 on every error. It does NOT
-// close the store or write the final newline: main's DriverExitScope does that
-// on every path.
+// close the store or write the final newline: FinishRun does that.
 [[nodiscard]] int RunDriver(int argc, char** argv);
 
 // Ends every run the same way, whatever path RunDriver took: closes the
-// configuration store (a no-op when it was never opened) and writes the single
-// newline that ends the tool's standard output. Create one in main before
-// calling RunDriver.
-class DriverExitScope {
- public:
-  DriverExitScope() = default;
-  DriverExitScope(const DriverExitScope&) = delete;
-  DriverExitScope& operator=(const DriverExitScope&) = delete;
-  ~DriverExitScope();
-};
+// configuration store (a no-op when it was never opened), writes the single
+// newline that ends the tool's standard output, then flushes and closes
+// standard output. If any write to standard output failed, it prints
+// "vantorctl: write error: " and the C library's text on standard error and
+// returns 1; otherwise it returns `status`. main returns its result.
+[[nodiscard]] int FinishRun(int status);
