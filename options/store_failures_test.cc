@@ -90,9 +90,10 @@ TEST(StoreFailuresTest, AreReportedAndNothingFollowsThem) {
        {"set GroupTags"}},
       {"tags delete", HandleTags, "dfv", nullptr, {{"GroupTags", "a"}}, "delete GroupTags", STATUS_UNSUCCESSFUL,
        STATUS_UNSUCCESSFUL, "", "Could not delete the sensor grouping tags from config file\n", {"delete GroupTags"}},
-      // Gone between the read and the delete: absent is what was asked for.
+      // Gone between the read and the delete: this run did not delete it.
       {"tags gone before the delete", HandleTags, "dfv", nullptr, {{"GroupTags", "a"}}, "delete GroupTags",
-       STATUS_NOT_FOUND, STATUS_SUCCESS, "Sensor grouping tags are not set.", "", {"delete GroupTags"}},
+       STATUS_NOT_FOUND, STATUS_NOT_FOUND, "", "Could not delete the sensor grouping tags from config file\n",
+       {"delete GroupTags"}},
       {"stored interval unreadable", HandleLogDuration, "s", "3600", {}, "get LogInterval", STATUS_DATA_ERROR,
        STATUS_DATA_ERROR, "", "Unexpected error occurred. Status:0xC000003E\n", {}},
       {"interval reads only the duration", HandleLogInterval, "s", "60", {}, "get LogInterval", STATUS_DATA_ERROR,

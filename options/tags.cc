@@ -87,9 +87,9 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
         return STATUS_INVALID_PARAMETER;
       }
       const NTSTATUS status = DeleteSimpleStoreValue(&value_names::kGroupTags);
-      // Gone between the read and the delete (the daemon shares the file): the
-      // list is absent either way, so that counts as done.
-      if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
+      // Gone between the read and the delete (the daemon shares the file) is a
+      // failed delete too, as for the identifiers: this run did not delete it.
+      if (!NT_SUCCESS(status)) {
         PrintDiagnostic("Could not delete the sensor grouping tags from config file\n");
         return status;
       }

@@ -6,12 +6,11 @@
 //   and -v prints "logcounters is not set", as for every other unprotected
 //   setting; a failure prints "Could not delete log counters from config
 //   file\n". Nothing is signalled: --update is a set-mode option.
-// - Durations are bounded like intervals: duration x 1000 must fit 32 bits
-//   (at most 4294967 seconds). The sensor counts both in milliseconds, and an
-//   interval can never exceed that bound either, so both settings share one
-//   range. The refusal reads "\"%u\": Invalid %slog duration value, int overflow
-//   detected\n", with "stored " when an interval is being set and the stored
-//   duration is the one at fault.
+// - A duration being set is bounded like an interval: duration x 1000 must
+//   fit 32 bits (at most 4294967 seconds), as the sensor counts both in
+//   milliseconds. The refusal reads "\"%u\": Invalid log duration value, int
+//   overflow detected\n". A stored duration is not held to that bound when an
+//   interval is set.
 #include "options/telemetry.h"
 
 #include <cerrno>
@@ -83,8 +82,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
                         settingDuration ? "stored " : "");
         break;
       case LogSettingReason::DurationOverflow:
-        PrintDiagnostic("\"%u\": Invalid %slog duration value, int overflow detected\n", seconds,
-                        settingDuration ? "" : "stored ");
+        PrintDiagnostic("\"%u\": Invalid log duration value, int overflow detected\n", seconds);
         break;
       case LogSettingReason::ReadFailure:
       case LogSettingReason::None:
@@ -188,7 +186,9 @@ NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingRea
 
   if (intervalStored && !FitsInMilliseconds(interval)) {
     *reason = LogSettingReason::IntervalOverflow;
-  } else if (!FitsInMilliseconds(duration)) {
+  } else if (kind == LogSettingKind::Duration && !FitsInMilliseconds(duration)) {
+    // Only a duration being set is bounded: a stored one, however large, never
+    // refuses an interval that the checks below accept.
     *reason = LogSettingReason::DurationOverflow;
   } else if (intervalStored && interval < kLogSettingMinimumSeconds) {
     *reason = LogSettingReason::BelowMinimum;
