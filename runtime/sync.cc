@@ -137,6 +137,8 @@ constexpr std::uint64_t kRundownActive = 1;
 constexpr std::uint64_t kRundownUnit = 2;
 }  // namespace
 
+constinit RundownTestHooks gRundownTestHooks{nullptr, nullptr};
+
 void InitializeRundownGuard(RundownGuard* guard) { guard->Word.store(0); }
 
 bool AcquireRundownGuard(RundownGuard* guard) {
@@ -165,6 +167,9 @@ void ReleaseRundownGuard(RundownGuard* guard) {
     }
     if (count == kRundownUnit) {
       // The last holder. The waiter may free the block once this returns.
+      if (gRundownTestHooks.beforeLastSignal != nullptr) {
+        gRundownTestHooks.beforeLastSignal();
+      }
       SetSyncEvent(&block->Event);
     }
     return;
@@ -179,12 +184,18 @@ void WaitForRundown(RundownGuard* guard) {
   RundownWaitBlock block;
   (void)InitializeSyncEvent(&block.Event, true, false);
   const std::uint64_t published = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&block)) | kRundownActive;
+  // The holder count taken over by the swap decides whether to wait. It is not
+  // read back from the block: a holder may already have brought that to 0 and
+  // still be on its way to SetSyncEvent, which must find the block alive.
   std::uint64_t taken = 0;
   std::uint64_t value = guard->Word.load();
   while ((value & kRundownActive) == 0) {
     block.Count.store(value);
     if (guard->Word.compare_exchange_weak(value, published)) {
-      taken = block.Count.load();
+      if (gRundownTestHooks.afterPublish != nullptr) {
+        gRundownTestHooks.afterPublish();
+      }
+      taken = value;  // what the swap replaced
       break;
     }
   }

@@ -74,6 +74,16 @@ void ReleaseRundownGuard(RundownGuard* guard);
 // is left; afterwards every acquisition fails until InitializeRundownGuard.
 void WaitForRundown(RundownGuard* guard);
 
+// Test seams of the rundown hand-over, null in the product: afterPublish runs in
+// WaitForRundown right after its wait block was published; beforeLastSignal in
+// the last holder's ReleaseRundownGuard between its decrement and its signal.
+// Set them only while no guard is in use.
+struct RundownTestHooks {
+  void (*afterPublish)();
+  void (*beforeLastSignal)();
+};
+extern constinit RundownTestHooks gRundownTestHooks;
+
 // Holds one rundown reference for a scope. Test with operator bool.
 class RundownReference {
  public:

@@ -4,6 +4,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -50,6 +52,48 @@ TEST(RundownGuard, NoHoldersRunsDownAtOnceAndRefusesLaterHolders) {
   EXPECT_LT(ElapsedMs(start), 50);
   EXPECT_FALSE(AcquireRundownGuard(&guard));
   EXPECT_EQ(guard.Word.load(), 1u);  // a refused acquisition changes nothing
+}
+
+// The last holder leaves between the waiter's publish and its wait, and is held
+// inside its release just before the signal. The waiter must not return (and
+// drop its wait block) before that signal: the holder's hook gives a waiter
+// that wrongly skips the wait the chance to return, and checks that it did not.
+TEST(RundownGuard, WaiterOutlivesTheLastHoldersSignal) {
+  static RundownGuard guard;
+  static std::mutex mutex;
+  static std::condition_variable changed;
+  static int stage = 0;  // 1 published, 2 holder inside its release, 3 waiter returned
+  static bool waiterReturnedBeforeSignal = false;
+  const auto advance = [](int to) {
+    std::lock_guard lock(mutex);
+    stage = to;
+    changed.notify_all();
+  };
+  static void (*const advanceTo)(int) = +advance;
+  InitializeRundownGuard(&guard);
+  ASSERT_TRUE(AcquireRundownGuard(&guard));
+  gRundownTestHooks.afterPublish = [] {
+    advanceTo(1);
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [] { return stage >= 2; });
+  };
+  gRundownTestHooks.beforeLastSignal = [] {
+    advanceTo(2);
+    std::unique_lock lock(mutex);
+    waiterReturnedBeforeSignal = changed.wait_for(lock, kSettle, [] { return stage == 3; });
+  };
+  std::thread holder([] {
+    {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [] { return stage >= 1; });
+    }
+    ReleaseRundownGuard(&guard);
+  });
+  WaitForRundown(&guard);
+  advanceTo(3);
+  holder.join();
+  gRundownTestHooks = {nullptr, nullptr};
+  EXPECT_FALSE(waiterReturnedBeforeSignal);
 }
 
 TEST(RundownGuard, WaiterIsReleasedExactlyByTheLastHolder) {
