@@ -290,8 +290,13 @@ int SpawnAndWait(const std::vector<std::string>& argv, const std::string& log, i
 
 }  // namespace
 
+// VANTORCTL_UNDER_TEST names another binary to run the suite against, for
+// example an older build, to see which tests it fails.
 const std::string& VantorctlPath() {
-  static const std::string path = VANTORCTL_PATH;
+  static const std::string path = [] {
+    const char* other = std::getenv("VANTORCTL_UNDER_TEST");
+    return std::string(other != nullptr && other[0] != '\0' ? other : VANTORCTL_PATH);
+  }();
   return path;
 }
 

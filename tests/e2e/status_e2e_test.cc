@@ -8,46 +8,12 @@
 #include <vector>
 
 #include "tests/e2e/option_case.h"
+#include "tests/support/registry_image.h"
 
 namespace vt_test {
 namespace {
 
 constexpr char kSystagsFile[] = "/proc/vantor_lsm_serviceable/systags";
-constexpr char kRegistryPath[] = "/opt/Marrowlight/Registry.bin";
-constexpr char kBitmapName[] = "{c68df783-ec90-43ab-b6b3-03001700cc2b}";
-constexpr char kListName[] = "{f8e11898-7dc7-4025-abc3-b930753f2911}";
-
-// ---- Registry file bytes, built by hand ----
-
-std::string U16Bytes(std::uint16_t v) { return std::string{static_cast<char>(v & 0xFF), static_cast<char>(v >> 8)}; }
-
-std::string Named(const std::string& ascii) {  // u16 byte length + UTF-16LE
-  std::string bytes = U16Bytes(static_cast<std::uint16_t>(ascii.size() * 2));
-  for (char c : ascii) bytes += std::string{c, '\0'};
-  return bytes;
-}
-
-// 0x01 + the system-tag store GUID, 0x02 + the system-tag collection GUID.
-std::string TagStore() {
-  return "\x01" + U32Bytes(0x733c9a98) + U16Bytes(0x7f6b) + U16Bytes(0x4538) +
-         std::string("\x9a\x35\x5c\x19\x5f\x22\x4c\x0d", 8) + "\x02" + std::string(15, '\0') + "\x0b";
-}
-std::string Attribute(const std::string& name, const std::string& data) {
-  return "\x04" + Named(name) + U32Bytes(static_cast<std::uint32_t>(data.size())) + data;
-}
-std::string Bitmap(std::initializer_list<std::pair<int, unsigned char>> bytes) {
-  std::string bitmap(64, '\0');
-  for (auto [index, value] : bytes) bitmap[static_cast<std::size_t>(index)] = static_cast<char>(value);
-  return bitmap;
-}
-std::string WithBitmap(const std::string& bitmap) {
-  return TagStore() + "\x03" + Named("00:00:00:00") + Attribute(kBitmapName, bitmap);
-}
-std::string Registry(const std::string& bitmap, const std::vector<std::uint64_t>& list) {
-  std::string listBytes;
-  for (std::uint64_t v : list) listBytes += U64Bytes(v);
-  return WithBitmap(bitmap) + Attribute(kListName, listBytes);
-}
 
 SandboxResult RunWith(std::vector<std::string> args, std::vector<SeedFile> files, bool procTmpfs,
                       std::vector<std::string> dirs = {}) {
