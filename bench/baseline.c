@@ -1,26 +1,56 @@
-/* The floor vantorctl is measured against: the same system calls a get or a set
- * of one stored value needs, and nothing else.
+/* The floor vantorctl is measured against: the system calls a get or a set of
+ * one stored value is required to make, and nothing else.
  *
- *   baseline get   open the trace log for append, open the store, shared
- *                  flock, read 8192 bytes, print one line
- *   baseline set   the same with an exclusive flock, then write the 8192
- *                  bytes back and fsync
+ *   baseline get   stat process 1's and its own mnt, uts and cgroup namespace
+ *                  links (six stats); open the trace log for append (no link
+ *                  followed, never blocking) and fstat it; open the store the
+ *                  same way, fstat it, lock it, read 8192 bytes, print one line
+ *   baseline set   the same with an exclusive lock, then write the 8192 bytes
+ *                  back and fsync
  *
- * Paths are the tool's own; run it only inside the benchmark's namespaces. */
+ * bench/run builds it twice, linked dynamically and statically. Paths are the
+ * tool's own; run it only inside the benchmark's namespaces. */
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #define STORE_SIZE 8192
+#define OPEN_FLAGS (O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)
+
+static int same_namespaces(void) {
+  static const char* const kinds[] = {"mnt", "uts", "cgroup"};
+  int same = 1;
+  for (int i = 0; i < 3; ++i) {
+    char init[64], own[64];
+    struct stat a, b;
+    snprintf(init, sizeof init, "/proc/1/ns/%s", kinds[i]);
+    snprintf(own, sizeof own, "/proc/%d/ns/%s", (int)getpid(), kinds[i]);
+    if (stat(init, &a) != 0 || stat(own, &b) != 0) return -1;
+    same = same && a.st_ino == b.st_ino && a.st_dev == b.st_dev;
+  }
+  return same;
+}
+
+static int open_regular(const char* path, int flags) {
+  struct stat st;
+  const int fd = open(path, flags | OPEN_FLAGS, 0600);
+  if (fd < 0 || fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return -1;
+  return fd;
+}
 
 int main(int argc, char** argv) {
   const int set = argc > 1 && strcmp(argv[1], "set") == 0;
   static unsigned char image[STORE_SIZE];
-  int log = open("/var/log/vantorctl.log", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
-  int fd = open("/opt/Marrowlight/vantorstore", O_RDWR | O_CLOEXEC);
-  if (log < 0 || fd < 0 || flock(fd, set ? LOCK_EX : LOCK_SH) != 0) {
+  if (same_namespaces() != 1) {
+    fputs("baseline: not in process 1's namespaces\n", stderr);
+    return 1;
+  }
+  const int log = open_regular("/var/log/vantorctl.log", O_WRONLY | O_APPEND | O_CREAT);
+  const int fd = open_regular("/opt/Marrowlight/vantorstore", O_RDWR);
+  if (log < 0 || fd < 0 || flock(fd, (set ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0) {
     perror("baseline");
     return 1;
   }
@@ -36,5 +66,5 @@ int main(int argc, char** argv) {
   close(fd);
   printf(set ? "\n" : "cid=%02x%02x%02x%02x.\n", image[308], image[309], image[310], image[311]);
   close(log);
-  return 0;
+  return fflush(stdout) == 0 ? 0 : 1;
 }
