@@ -238,26 +238,31 @@ NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t o
   return status;
 }
 
-NTSTATUS OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
-                                FileHandle* out) {
+namespace {
+
+// Converts `path` to UTF-8 and opens it with `open`.
+[[nodiscard]] NTSTATUS OpenConverted(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
+                                     FileHandle* out, NTSTATUS (*open)(const char*, std::uint32_t, std::uint32_t,
+                                                                       FileHandle*)) {
   Utf8String utf8;
   const NTSTATUS status = ToUtf8(path, utf8);
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", path, status);
     return status;
   }
-  return OpenRegularFile(utf8.c_str(), access, options, out);
+  return open(utf8.c_str(), access, options, out);
+}
+
+}  // namespace
+
+NTSTATUS OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
+                                FileHandle* out) {
+  return OpenConverted(path, access, options, out, OpenRegularFile);
 }
 
 NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
                          FileHandle* out) {
-  Utf8String utf8;
-  const NTSTATUS status = ToUtf8(path, utf8);
-  if (!NT_SUCCESS(status)) {
-    TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode filename '%wZ' to UTF-8: %!STATUS!", path, status);
-    return status;
-  }
-  return OpenFile(utf8.c_str(), access, options, out);
+  return OpenConverted(path, access, options, out, OpenFile);
 }
 
 NTSTATUS CloseFile(FileHandle file) { return close(file) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL; }
