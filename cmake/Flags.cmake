@@ -36,3 +36,12 @@ if(VANTOR_SANITIZE)
   add_compile_options(-fsanitize=${VANTOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VANTOR_SANITIZE})
 endif()
+
+# Fuzz builds: every object carries libFuzzer's coverage hooks, so the product
+# code a fuzz target calls is explored, not just the target itself.
+if(VANTOR_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    message(FATAL_ERROR "VANTOR_FUZZ needs clang (libFuzzer)")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
