@@ -1,7 +1,7 @@
 // Fails the system calls of real vantorctl runs one at a time under strace
 // (tests/e2e/fault_walk.cc does the walk inside the sandbox) and checks the
-// state each run leaves. VANTOR_EXHAUSTIVE=1 fails every call with every error
-// of its list instead of the first.
+// state each run leaves. VANTOR_EXHAUSTIVE=1 also fails every call from the Nth
+// on with each error, not only with EINTR.
 #include <gtest/gtest.h>
 
 #include <cstdio>
