@@ -15,7 +15,9 @@ namespace {
 constexpr int kWriters = 8;
 constexpr int kSetsPerWriter = 150;  // store_stress: three names, 50 rounds
 
-TEST(StoreStress, EightWriterProcessesAndTwoReadersKeepTheImageWhole) {
+using StoreStress = ::vt_test::SandboxTest;
+
+TEST_F(StoreStress, EightWriterProcessesAndTwoReadersKeepTheImageWhole) {
   vt_test::SandboxOptions options;
   options.timeoutSeconds = 240;
   options.script = std::string("S='") + STORE_STRESS_PATH + "'\n" +

@@ -13,7 +13,9 @@
 namespace vt_test {
 namespace {
 
-TEST(FaultInjection, EveryFailedCallEndsInAValidStoreAndAnHonestStatus) {
+using FaultInjection = ::vt_test::SandboxTest;
+
+TEST_F(FaultInjection, EveryFailedCallEndsInAValidStoreAndAnHonestStatus) {
   if (std::system("strace -V >/dev/null 2>&1") != 0) GTEST_SKIP() << "strace is not installed";
   const char* exhaustive = std::getenv("VANTOR_EXHAUSTIVE");
   const bool all = exhaustive != nullptr && std::string(exhaustive) == "1";

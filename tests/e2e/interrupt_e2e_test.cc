@@ -32,9 +32,11 @@ void Walk(const std::string& diskDirectory) {
   EXPECT_NE(r.out.find(" torn=0, bad status=0,"), std::string::npos);
 }
 
-TEST(Interrupt, KilledSetsLeaveTheOldOrTheNewImageOnTmpfs) { Walk(""); }
+using Interrupt = ::vt_test::SandboxTest;
 
-TEST(Interrupt, KilledSetsLeaveTheOldOrTheNewImageOnDisk) {
+TEST_F(Interrupt, KilledSetsLeaveTheOldOrTheNewImageOnTmpfs) { Walk(""); }
+
+TEST_F(Interrupt, KilledSetsLeaveTheOldOrTheNewImageOnDisk) {
   std::string dir = std::string(INTERRUPT_DISK_PARENT) + "/interrupt-XXXXXX";
   ASSERT_NE(mkdtemp(dir.data()), nullptr);
   struct statfs fs {};
