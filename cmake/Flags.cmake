@@ -15,9 +15,11 @@ if(VANTOR_HARDEN)
   # The product throws nothing and asks no type questions: no exception or type
   # tables in product code. Test code turns both back on.
   add_compile_options(-fno-exceptions -fno-rtti -fno-asynchronous-unwind-tables)
-  # A distribution's build flags may define _FORTIFY_SOURCE already.
-  add_compile_options(-U_FORTIFY_SOURCE -fcf-protection)
-  add_compile_definitions(_FORTIFY_SOURCE=3 _GLIBCXX_ASSERTIONS)
+  # A distribution's build flags (CFLAGS, CXXFLAGS) may define _FORTIFY_SOURCE
+  # already; they come first on the command line, compile definitions next and
+  # options last, so the level is undefined and set here, as options.
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fcf-protection)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
   add_link_options(-Wl,-z,relro,-z,now,-z,noexecstack)
   # Every executable is a PIE with the C++ runtime linked in; vantor_static_pie()
   # makes it a static one (g++ drops -static-pie beside -static-libstdc++, and a
