@@ -4,6 +4,7 @@
 
 #include "cli/option_table.h"
 #include "cli/usage.h"
+#include "cli/value_words.h"
 
 namespace {
 
@@ -21,6 +22,28 @@ void PrintModeWords(const char* mode, std::uint8_t mask, FILE* stream) {
   std::fputs("' ;;\n", stream);
 }
 
+// One case arm per set-mode row with a closed set of values: its words, and
+// whether they form a comma-separated list.
+void PrintValueArms(FILE* stream) {
+  for (const OptionEntry& row : OptionTable()) {
+    if (UsageBlockText(row, kModeSet) == nullptr) {
+      continue;
+    }
+    const int index = row.longOption.val;
+    const char* separator = "";
+    ForEachValueWord(index, [&](std::string_view word) {
+      if (*separator == '\0') {
+        std::fprintf(stream, "      --%s) words='", row.longOption.name);
+      }
+      std::fprintf(stream, "%s%.*s", separator, static_cast<int>(word.size()), word.data());
+      separator = " ";
+    });
+    if (*separator != '\0') {
+      std::fprintf(stream, "'%s ;;\n", TakesWordList(index) ? " list=1" : "");
+    }
+  }
+}
+
 }  // namespace
 
 void PrintBashCompletion(FILE* stream) {
@@ -36,6 +59,23 @@ void PrintBashCompletion(FILE* stream) {
       "      -*d*) mode=del ;;\n"
       "    esac\n"
       "  done\n"
+      "  # A value after --name= in set mode: the words of that option's set. The\n"
+      "  # argument is read from the line itself, whatever COMP_WORDBREAKS holds.\n"
+      "  local line=${COMP_LINE:0:COMP_POINT}\n"
+      "  local arg=${line##*[[:space:]]}\n"
+      "  if [[ $mode == set && $arg == --*=* ]]; then\n"
+      "    local name=${arg%%=*} value=${arg#*=} words= list= head=\n"
+      "    case $name in\n",
+      stream);
+  PrintValueArms(stream);
+  std::fputs(
+      "      *) return ;;\n"
+      "    esac\n"
+      "    if [[ -n $list ]]; then head=${value%\"${value##*,}\"}; value=${value##*,}; fi\n"
+      "    [[ $COMP_WORDBREAKS == *=* ]] || head=\"$name=$head\"\n"
+      "    COMPREPLY=($(compgen -P \"$head\" -W \"$words\" -- \"$value\"))\n"
+      "    return\n"
+      "  fi\n"
       "  case $mode in\n",
       stream);
   PrintModeWords("get", kModeGet, stream);

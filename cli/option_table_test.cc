@@ -120,9 +120,16 @@ TEST(Completion, OffersWhatTheModesUsageLists) {
       {"vantorctl -d --pc", ""},                     // pcpt cannot be deleted
       {"vantorctl -d --a", "--aid\n--apd\n--aph\n--app\n"},
       {"vantorctl --he", "--help\n"},
+      // Values of a closed set, after "--name=" in set mode only.
+      {"vantorctl -s --trace=in", "info\n"},
+      {"vantorctl -s --apd=", "true\nfalse\n"},
+      {"vantorctl -s -f --feature=enableLog,dis", "enableLog,disableLogBuffer\n"},
+      {"vantorctl -s --metadata-query=disableAWS,enableA", "disableAWS,enableAWS\ndisableAWS,enableAzure\n"},
+      {"vantorctl -s --aph=pro", ""},  // a free-form value
   };
   for (const Case& c : cases) {
-    const std::string command = std::string("bash -c 'source ") + path + "; COMP_WORDS=(" + c.words +
+    const std::string command = std::string("bash -c 'source ") + path + "; COMP_LINE=\"" + c.words +
+                                "\"; COMP_POINT=${#COMP_LINE}; COMP_WORDS=(" + c.words +
                                 "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vantorctl; "
                                 "printf \"%s\\n\" \"${COMPREPLY[@]}\" | grep .'";
     FILE* out = popen(command.c_str(), "r");

@@ -14,17 +14,16 @@
 #include "options/switch_option.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
+#include "options/value_sets.h"
 
 namespace {
 
 constexpr std::size_t kMaxTraceLength = 100;
-// Accepted levels, compared case-sensitively.
-constexpr std::array<std::string_view, 5> kTraceLevels{"none", "debug", "info", "warn", "err"};
+using value_sets::kBackends;
+using value_sets::kBillingTypes;
+using value_sets::kTraceLevels;
 
-constexpr std::array<NamedValue, 3> kBackends{{{0, "auto"}, {1, "kernel"}, {2, "bpf"}}};
 constexpr std::uint32_t kMaxBackend = 2;
-
-constexpr std::array<NamedValue, 2> kBillingTypes{{{0, "default"}, {1, "metered"}}};
 
 constexpr SwitchOption kFuzzyKernelMatch{
     "fkm",

@@ -11,6 +11,7 @@
 #include "options/switch_option.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
+#include "options/value_sets.h"
 
 namespace {
 
@@ -26,9 +27,9 @@ constexpr SwitchOption kAppProxyDisable{
 constexpr std::size_t kMaxHostLength = 255;
 constexpr std::size_t kMaxPortLength = 5;
 
-// Preferred connection protocol types. Set compares ignoring case; a stored
-// number without a row prints as "auto", because absence means automatic too.
-constexpr std::array<NamedValue, 3> kProtocols{{{0, "auto"}, {4, "ipv4"}, {6, "ipv6"}}};
+// Set compares the protocol ignoring case; a stored number without a row prints
+// as "auto", because absence means automatic too.
+using value_sets::kProtocols;
 
 }  // namespace
 

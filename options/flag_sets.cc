@@ -20,6 +20,7 @@
 #include "options/stored_value.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
+#include "options/value_sets.h"
 #include "runtime/pool.h"
 
 namespace {
@@ -28,28 +29,10 @@ namespace {
 // copy buffer holds exactly this much plus the terminator.
 constexpr std::size_t kMaxListLength = 255;
 
-enum class WordAction : std::uint8_t { SetBits, ClearBits, ClearAll };
-
-struct SwitchWord {
-  std::string_view word;
-  WordAction action;
-  std::uint32_t bits;
-};
-
-// Input words only: disableOsfm and emulateUpdate are shown, never accepted.
-constexpr SwitchWord kFeatureWords[] = {
-    {"enableLog", WordAction::SetBits, 0x1},
-    {"disableLogBuffer", WordAction::SetBits, 0x2},
-    {"none", WordAction::ClearAll, 0},
-};
-
-constexpr SwitchWord kMetadataQueryWords[] = {
-    {"disableAWS", WordAction::SetBits, 0x1},   {"enableAWS", WordAction::ClearBits, 0x1},
-    {"disableAzure", WordAction::SetBits, 0x2}, {"enableAzure", WordAction::ClearBits, 0x2},
-    {"disableGCP", WordAction::SetBits, 0x4},   {"enableGCP", WordAction::ClearBits, 0x4},
-    {"disableOCI", WordAction::SetBits, 0x8},   {"enableOCI", WordAction::ClearBits, 0x8},
-    {"disable", WordAction::SetBits, 0xF},      {"enable", WordAction::ClearBits, 0xF},
-};
+using value_sets::FlagWord;
+using value_sets::kFeatureWords;
+using value_sets::kMetadataQueryWords;
+using value_sets::WordAction;
 
 struct NamedBit {
   std::uint32_t bit;
@@ -126,7 +109,7 @@ void FormatMetadataQueryWords(std::uint32_t mask, char* out) {
 struct FlagOption {
   const char* name;  // the option's name, as in every message
   const UNICODE_STRING* valueName;
-  std::span<const SwitchWord> words;
+  std::span<const FlagWord> words;
   void (*formatWords)(std::uint32_t mask, char* out);  // out: kWordTextSize bytes
 };
 
@@ -153,7 +136,7 @@ NTSTATUS CheckListLength(const FlagOption& option, const char* value) {
 // Splits `list` in place at every "," and applies the words left to right to a
 // mask that starts at 0. An empty piece is an unknown word. Returns the first
 // unknown word (pointing into `list`), or null with *mask set.
-const char* ParseSwitchList(std::span<const SwitchWord> words, char* list, std::uint32_t* mask) {
+const char* ParseSwitchList(std::span<const FlagWord> words, char* list, std::uint32_t* mask) {
   std::uint32_t result = 0;
   char* piece = list;
   for (;;) {
@@ -162,8 +145,8 @@ const char* ParseSwitchList(std::span<const SwitchWord> words, char* list, std::
       *comma = '\0';
     }
     const std::string_view word(piece);
-    const SwitchWord* match = nullptr;
-    for (const SwitchWord& candidate : words) {
+    const FlagWord* match = nullptr;
+    for (const FlagWord& candidate : words) {
       if (candidate.word == word) {
         match = &candidate;
         break;

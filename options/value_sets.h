@@ -1,0 +1,52 @@
+// The closed sets of values that option handlers accept, in one place: the
+// handlers validate against these tables, and the bash completion and the
+// manual page list them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "options/named_value.h"
+
+namespace value_sets {
+
+// Trace levels, compared case-sensitively.
+inline constexpr std::array<std::string_view, 5> kTraceLevels{"none", "debug", "info", "warn", "err"};
+
+inline constexpr std::array<NamedValue, 3> kBackends{{{0, "auto"}, {1, "kernel"}, {2, "bpf"}}};
+
+inline constexpr std::array<NamedValue, 2> kBillingTypes{{{0, "default"}, {1, "metered"}}};
+
+// Preferred connection protocol types, compared ignoring case.
+inline constexpr std::array<NamedValue, 3> kProtocols{{{0, "auto"}, {4, "ipv4"}, {6, "ipv6"}}};
+
+// The spellings of a switch (apd, fkm, logcounters) offered to users. The
+// parser also takes them in any letter case, and "1" and "0".
+inline constexpr std::array<std::string_view, 2> kSwitchWords{"true", "false"};
+
+// Words of a comma-separated flag list and what each does to the mask.
+enum class WordAction : std::uint8_t { SetBits, ClearBits, ClearAll };
+
+struct FlagWord {
+  std::string_view word;
+  WordAction action;
+  std::uint32_t bits;
+};
+
+// Input words only: disableOsfm and emulateUpdate are shown, never accepted.
+inline constexpr std::array<FlagWord, 3> kFeatureWords{{
+    {"enableLog", WordAction::SetBits, 0x1},
+    {"disableLogBuffer", WordAction::SetBits, 0x2},
+    {"none", WordAction::ClearAll, 0},
+}};
+
+inline constexpr std::array<FlagWord, 10> kMetadataQueryWords{{
+    {"disableAWS", WordAction::SetBits, 0x1},   {"enableAWS", WordAction::ClearBits, 0x1},
+    {"disableAzure", WordAction::SetBits, 0x2}, {"enableAzure", WordAction::ClearBits, 0x2},
+    {"disableGCP", WordAction::SetBits, 0x4},   {"enableGCP", WordAction::ClearBits, 0x4},
+    {"disableOCI", WordAction::SetBits, 0x8},   {"enableOCI", WordAction::ClearBits, 0x8},
+    {"disable", WordAction::SetBits, 0xF},      {"enable", WordAction::ClearBits, 0xF},
+}};
+
+}  // namespace value_sets
