@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cli/completion.h"
+#include "cli/manpage.h"
 #include "cli/usage.h"
 #include "cli/usage_test_text.h"
 
@@ -97,6 +98,21 @@ TEST(Usage, BlocksListTheRightRows) {
     EXPECT_EQ(std::count(block->begin(), block->end(), "fkm"), 0);
     EXPECT_EQ(std::count(block->begin(), block->end(), "help"), 0);
   }
+}
+
+// The manual page lists every option the usage text shows, and no other.
+TEST(ManPage, ListsEveryVisibleOption) {
+  const std::string page = Capture([](FILE* s) { PrintManPage(s, "0"); });
+  for (const OptionEntry& row : OptionTable()) {
+    const bool visible = UsageBlockText(row, kModeGet | kModeDelete | kModeHelp) != nullptr ||
+                         UsageBlockText(row, kModeSet) != nullptr;
+    std::string entry = std::string(".B \\-\\-") + row.longOption.name + "\n";
+    for (std::size_t at = entry.find('-', 7); at != std::string::npos; at = entry.find('-', at + 2)) {
+      entry.insert(at, "\\");  // a dash inside the name is escaped too
+    }
+    EXPECT_EQ(page.find(entry) != std::string::npos, visible) << row.longOption.name;
+  }
+  EXPECT_NE(page.find("Accepted values: \\fBnone\\fR, \\fBdebug\\fR"), std::string::npos);
 }
 
 // The generated completion, sourced by bash and asked what follows the words.
