@@ -1,0 +1,114 @@
+// `vantorctl -s` with five values, killed with SIGTERM, SIGINT or SIGKILL at
+// random moments before, during and after its write-backs, with the store on
+// tmpfs and on a disk file system. Every image left behind must be the one the
+// run started from (A), the complete result (B), or one of the images between
+// them after a whole value was written (a handler's failure or a kill between
+// two options undoes nothing); never a mix. The kills are made by
+// interrupt_driver inside one sandbox per file system. VANTOR_EXHAUSTIVE=1
+// raises the kills from 100 to 1000 per signal.
+#include <ftw.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "tests/e2e/option_case.h"
+
+namespace vt_test {
+namespace {
+
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
+
+// A fresh directory on the disk holding the build tree, removed with its owner.
+class DiskDirectory {
+ public:
+  DiskDirectory() {
+    std::string name = std::string(INTERRUPT_DISK_ROOT) + "/interrupt_store.XXXXXX";
+    if (mkdtemp(name.data()) != nullptr) path_ = name;
+  }
+  ~DiskDirectory() {
+    if (!path_.empty()) nftw(path_.c_str(), RemoveEntry, 8, FTW_DEPTH | FTW_PHYS);
+  }
+  DiskDirectory(const DiskDirectory&) = delete;
+  DiskDirectory& operator=(const DiskDirectory&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+struct Figures {
+  unsigned long kills = 0, a = 0, mid = 0, b = 0, torn = 1, odd = 1;
+  double setsPerSecond = 0;
+  long runMicroseconds = 0;
+};
+
+TEST(InterruptE2e, KilledSetsLeaveAWholeImageOnTmpfsAndOnDisk) {
+  // Options in table order: cid, aph, trace, billing, tags; cid and tags are
+  // protected, hence -f.
+  const std::vector<std::string> set = {"-s", "-f", "--cid=00112233445566778899AABBCCDDEEFF08", "--aph=proxy.example",
+                                        "--trace=info", "--billing=metered", "--tags=lab,web"};
+  const char* exhaustive = std::getenv("VANTOR_EXHAUSTIVE");
+  const unsigned long perSignal = exhaustive != nullptr && std::string(exhaustive) == "1" ? 1000 : 100;
+  const StoreImage imageA = StoreImage()
+                                .Add("CU", std::string(16, '\x11'))
+                                .Add("APH", "old-proxy.example")
+                                .Add("TRACE", "err")
+                                .Add("RFMHistory", std::string(40, '\x07'))
+                                .Add("GroupTags", "old");
+  for (const bool onDisk : {false, true}) {
+    SCOPED_TRACE(onDisk ? "disk" : "tmpfs");
+    const DiskDirectory disk;
+    SandboxOptions options;
+    options.timeoutSeconds = static_cast<int>(60 + perSignal / 10);
+    options.files = {{"/run/interrupt-A", imageA.bytes(), 0600}};
+    options.env = {std::string("DRIVER=") + INTERRUPT_DRIVER_PATH, "KILLS=" + std::to_string(perSignal)};
+    options.script = "set -e\n";
+    if (onDisk) {
+      ASSERT_FALSE(disk.path().empty()) << "cannot create a directory under " << INTERRUPT_DISK_ROOT;
+      options.env.push_back("DISK=" + disk.path());
+      options.script += "mount --bind \"$DISK\" /opt/Marrowlight\n";
+    }
+    options.script +=
+        "findmnt -n -o FSTYPE -T /opt/Marrowlight >\"$OUT/fstype\"\n"
+        "exec \"$DRIVER\" \"$KILLS\" /run/interrupt-A /opt/Marrowlight/vantorstore \"$OUT\" \"$VANTORCTL\"";
+    for (const std::string& arg : set) options.script += " '" + arg + "'";
+    const SandboxResult result = RunInSandbox(options);
+    ASSERT_EQ(result.exitCode, 0) << "stdout: " << result.out << "\nstderr: " << result.err;
+
+    std::string fsType = result.File(result.outDir + "/fstype").value_or("?");
+    if (!fsType.empty() && fsType.back() == '\n') fsType.pop_back();
+    EXPECT_EQ(fsType == "tmpfs", !onDisk) << "the store is on " << fsType;
+
+    const StoreImage imageB(result.File(result.outDir + "/B").value_or(""));
+    EXPECT_EQ(imageB.Get("APH"), "proxy.example");
+    EXPECT_EQ(imageB.Get("TRACE"), "info");
+    EXPECT_EQ(imageB.Get("BT"), U32Bytes(1));
+    EXPECT_EQ(imageB.Get("GroupTags"), "lab,web");
+
+    Figures f;
+    const std::size_t total = result.out.find("total ");
+    ASSERT_NE(total, std::string::npos) << result.out;
+    ASSERT_EQ(std::sscanf(result.out.c_str() + total,
+                          "total kills=%lu A=%lu mid=%lu B=%lu torn=%lu odd=%lu sets/s=%lf run-us=%ld", &f.kills,
+                          &f.a, &f.mid, &f.b, &f.torn, &f.odd, &f.setsPerSecond, &f.runMicroseconds),
+              8)
+        << result.out;
+    std::printf("interrupt %s (%s): %lu kills, A=%lu, mid=%lu, B=%lu, torn=%lu, odd=%lu, sets/s=%.1f (%ld us a run)\n",
+                onDisk ? "disk" : "tmpfs", fsType.c_str(), f.kills, f.a, f.mid, f.b, f.torn, f.odd, f.setsPerSecond,
+                f.runMicroseconds);
+    std::printf("%s", result.out.c_str());
+    std::fflush(stdout);
+    EXPECT_EQ(f.kills, 3 * perSignal);
+    EXPECT_EQ(f.a + f.mid + f.b + f.torn, f.kills);
+    EXPECT_EQ(f.torn, 0u) << result.err;
+    EXPECT_EQ(f.odd, 0u) << result.err;
+    EXPECT_GT(f.a, 0u) << "no kill landed before the first write-back";
+    EXPECT_GT(f.b, 0u) << "no kill landed after the last write-back";
+  }
+}
+
+}  // namespace
+}  // namespace vt_test
