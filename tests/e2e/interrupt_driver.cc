@@ -22,7 +22,9 @@
 //    within the window where the outcomes change (from the shortest delay that
 //    did not leave A to the longest that did not leave B, so far, widened by
 //    T/20 each way); and 0 to 50 us after the k-th write to the store (k
-//    random, the writes seen through inotify).
+//    random; the writes are seen as inotify events, and writes that follow
+//    each other before the driver reads merge into one event, so the k-th
+//    event may come after a later write).
 // Prints one line per signal and a total:
 //   SIGTERM kills=N A=N mid=N B=N torn=N odd=N
 //   total kills=N A=N mid=N B=N torn=N odd=N sets/s=X run-us=N window-us=N..N seed=N
