@@ -15,8 +15,13 @@
 // 3. For SIGTERM, SIGINT and SIGKILL, <kills-per-signal> times: the store is
 //    reset to A, the tool started, and the signal sent at a random moment;
 //    once the tool is reaped the store is compared byte for byte with A, the
-//    intermediate steps and B. Anything else is torn. An exit other than status
-//    0 or 1 or death by the signal sent is odd.
+//    intermediate steps and B. An image whose first 4096-byte page is that of
+//    step k and whose second page is that of step k-1 is cut: step k's
+//    write-back was stopped at the page boundary. The kernel copies a write
+//    into the page cache page by page and gives up between two pages once the
+//    process is being killed, so only SIGKILL (which no process can hold off)
+//    may cut. Anything else is torn. An exit other than status 0 or 1 or death
+//    by the signal sent is odd.
 //    The write-backs take a small part of a run, most of which is start-up, so
 //    the moments are drawn three ways in turn: 0 to 1.2 T after the start;
 //    within the window where the outcomes change (from the shortest delay that
@@ -26,9 +31,9 @@
 //    each other before the driver reads merge into one event, so the k-th
 //    event may come after a later write).
 // Prints one line per signal and a total:
-//   SIGTERM kills=N A=N mid=N B=N torn=N odd=N
-//   total kills=N A=N mid=N B=N torn=N odd=N sets/s=X run-us=N window-us=N..N seed=N
-// and writes B to <out-dir>/B. The first torn images and odd statuses are
+//   SIGTERM kills=N A=N mid=N B=N cut=N torn=N odd=N
+//   total kills=N A=N mid=N B=N cut=N torn=N odd=N sets/s=X run-us=N window-us=N..N seed=N
+// and writes B to <out-dir>/B. The first cut and torn images and odd statuses are
 // described on stderr. Exit 0 when the figures were gathered (judging them is
 // the caller's part), 2 when the harness itself failed.
 #include <fcntl.h>
@@ -54,7 +59,8 @@ namespace {
 
 constexpr int kTimingRuns = 20;
 constexpr std::size_t kImageSize = 8192;
-constexpr int kReportLimit = 5;  // torn images and odd statuses described on stderr
+constexpr std::size_t kPageSize = 4096;
+constexpr int kReportLimit = 5;  // cut and torn images and odd statuses described on stderr
 constexpr long long kAfterWriteNanoseconds = 50'000;
 
 [[noreturn]] void Fail(const char* what, const std::string& detail = "") {
@@ -214,16 +220,28 @@ std::string DescribeStatus(int status) {
 }
 
 struct Counts {
-  unsigned long kills = 0, a = 0, mid = 0, b = 0, torn = 0, odd = 0;
+  unsigned long kills = 0, a = 0, mid = 0, b = 0, cut = 0, torn = 0, odd = 0;
   void Add(const Counts& o) {
-    kills += o.kills, a += o.a, mid += o.mid, b += o.b, torn += o.torn, odd += o.odd;
+    kills += o.kills, a += o.a, mid += o.mid, b += o.b, cut += o.cut, torn += o.torn, odd += o.odd;
   }
   void Print(const char* label) const {
-    std::printf("%s kills=%lu A=%lu mid=%lu B=%lu torn=%lu odd=%lu", label, kills, a, mid, b, torn, odd);
+    std::printf("%s kills=%lu A=%lu mid=%lu B=%lu cut=%lu torn=%lu odd=%lu", label, kills, a, mid, b, cut, torn, odd);
   }
 };
 
-// Where a torn image differs from A and from B: first differing offset and size.
+// The step k whose write-back, stopped after the first page, left `image`; 0
+// when none did.
+std::size_t CutStep(const std::string& image, const std::vector<std::string>& steps) {
+  for (std::size_t k = 1; k < steps.size() && image.size() == kImageSize; ++k) {
+    if (image.compare(0, kPageSize, steps[k], 0, kPageSize) == 0 &&
+        image.compare(kPageSize, std::string::npos, steps[k - 1], kPageSize, std::string::npos) == 0) {
+      return k;
+    }
+  }
+  return 0;
+}
+
+// Where an image differs from A and from B: first differing offset and size.
 std::string DescribeTorn(const std::string& image, const std::string& a, const std::string& b) {
   const auto firstDifference = [&](const std::string& other) {
     std::size_t i = 0;
@@ -331,6 +349,12 @@ int main(int argc, char** argv) {
         ++counts.b;
       } else if (std::find(steps.begin(), steps.end(), image) != steps.end()) {
         ++counts.mid;
+      } else if (const std::size_t k = CutStep(image, steps); k != 0) {
+        ++counts.cut;
+        if (reported++ < kReportLimit) {
+          std::fprintf(stderr, "write-back %zu cut at the page boundary by SIG%s %s\n", k, sigabbrev_np(sig),
+                       when.c_str());
+        }
       } else {
         ++counts.torn;
         if (reported++ < kReportLimit) {
