@@ -19,9 +19,10 @@
 //    step k and whose second page is that of step k-1 is cut: step k's
 //    write-back was stopped at the page boundary. The kernel copies a write
 //    into the page cache page by page and gives up between two pages once the
-//    process is being killed, so only SIGKILL (which no process can hold off)
-//    may cut. Anything else is torn. An exit other than status 0 or 1 or death
-//    by the signal sent is odd.
+//    process is being killed, so a deadly signal that is not held off can cut;
+//    the store holds off SIGTERM and SIGINT while it writes, and nothing holds
+//    off SIGKILL. Anything else is torn. An exit other than status 0 or 1 or
+//    death by the signal sent is odd.
 //    The write-backs take a small part of a run, most of which is start-up, so
 //    the moments are drawn three ways in turn: 0 to 1.2 T after the start;
 //    within the window where the outcomes change (from the shortest delay that
@@ -33,9 +34,9 @@
 // Prints one line per signal and a total:
 //   SIGTERM kills=N A=N mid=N B=N cut=N torn=N odd=N
 //   total kills=N A=N mid=N B=N cut=N torn=N odd=N sets/s=X run-us=N window-us=N..N seed=N
-// and writes B to <out-dir>/B. The first cut and torn images and odd statuses are
-// described on stderr. Exit 0 when the figures were gathered (judging them is
-// the caller's part), 2 when the harness itself failed.
+// and writes B to <out-dir>/B. The first few cut and torn images and odd
+// statuses are described on stderr. Exit 0 when the figures were gathered
+// (judging them is the caller's part), 2 when the harness itself failed.
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -60,7 +61,7 @@ namespace {
 constexpr int kTimingRuns = 20;
 constexpr std::size_t kImageSize = 8192;
 constexpr std::size_t kPageSize = 4096;
-constexpr int kReportLimit = 5;  // cut and torn images and odd statuses described on stderr
+constexpr int kReportLimit = 5;  // of each: cut and torn images and odd statuses described on stderr
 constexpr long long kAfterWriteNanoseconds = 50'000;
 
 [[noreturn]] void Fail(const char* what, const std::string& detail = "") {
@@ -330,7 +331,7 @@ int main(int argc, char** argv) {
     }
   };
   Counts sum;
-  int reported = 0;
+  int cutReports = 0, tornReports = 0, oddReports = 0;
   for (const int sig : {SIGTERM, SIGINT, SIGKILL}) {
     Counts counts;
     for (unsigned long i = 0; i < killsPerSignal; ++i) {
@@ -351,13 +352,13 @@ int main(int argc, char** argv) {
         ++counts.mid;
       } else if (const std::size_t k = CutStep(image, steps); k != 0) {
         ++counts.cut;
-        if (reported++ < kReportLimit) {
+        if (cutReports++ < kReportLimit) {
           std::fprintf(stderr, "write-back %zu cut at the page boundary by SIG%s %s\n", k, sigabbrev_np(sig),
                        when.c_str());
         }
       } else {
         ++counts.torn;
-        if (reported++ < kReportLimit) {
+        if (tornReports++ < kReportLimit) {
           std::fprintf(stderr, "torn image after SIG%s %s: %s\n", sigabbrev_np(sig), when.c_str(),
                        DescribeTorn(image, imageA, imageB).c_str());
         }
@@ -366,7 +367,7 @@ int main(int argc, char** argv) {
                             (WIFSIGNALED(run.status) && WTERMSIG(run.status) == sig);
       if (!expected) {
         ++counts.odd;
-        if (reported++ < kReportLimit) {
+        if (oddReports++ < kReportLimit) {
           std::fprintf(stderr, "odd status after SIG%s %s: %s\n", sigabbrev_np(sig), when.c_str(),
                        DescribeStatus(run.status).c_str());
         }
