@@ -192,6 +192,15 @@ int RunDriver(int argc, char** argv) {
   if (!StartUp()) {
     return kExitFailure;
   }
+  return RunCommandLine(argc, argv);
+}
+
+int RunCommandLine(int argc, char** argv) {
+  for (OptionEntry& row : OptionTable()) {
+    row.specified = 0;
+    row.value = nullptr;
+  }
+  optind = 0;  // 0, not 1: glibc's parser then forgets every earlier scan
   ParseState state;
   switch (Parse(argc, argv, &state)) {
     case ParseResult::Usage:

@@ -7,6 +7,13 @@
 // close the store or write the final newline: FinishRun does that.
 [[nodiscard]] int RunDriver(int argc, char** argv);
 
+// What RunDriver does after its start-up: parse, mode checks and dispatch,
+// against the configuration store that the caller opened. Clears the marks the
+// previous parse left in the option table and the parser's own state first, so
+// a process may run several command lines (the command-line fuzzer does). Same
+// exit statuses as RunDriver.
+[[nodiscard]] int RunCommandLine(int argc, char** argv);
+
 // Ends every run the same way, whatever path RunDriver took: closes the
 // configuration store (a no-op when it was never opened), writes the single
 // newline that ends the tool's standard output, then flushes and closes

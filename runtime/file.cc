@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "runtime/pool.h"
+#include "runtime/retry.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
 
@@ -455,9 +456,10 @@ NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, st
 NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length, std::uint64_t offset) {
   const auto* bytes = static_cast<const std::uint8_t*>(buffer);
   std::uint32_t done = 0;
+  int interrupted = 0;
   while (done < length) {
     const ssize_t n = pwrite(file, bytes + done, length - done, static_cast<off_t>(offset + done));
-    if (n < 0 && errno == EINTR) {
+    if (n < 0 && errno == EINTR && ++interrupted <= kInterruptedRetryLimit) {
       continue;
     }
     // No progress would loop for ever: taken as an I/O error.

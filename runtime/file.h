@@ -72,9 +72,10 @@ inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
 // Writes the whole buffer; a failed write() (EINTR included) ends it.
 [[nodiscard]] NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, std::uint32_t* count);
 // Writes the whole buffer at offset with pwrite(), continuing after short writes
-// and EINTR; the descriptor's own offset is untouched. Any other failure (or a
-// write that makes no progress) is logged and gives STATUS_UNSUCCESSFUL; bytes
-// written before it stay written.
+// and EINTR (up to kInterruptedRetryLimit interruptions in a row); the
+// descriptor's own offset is untouched. Any other failure (or a write that makes
+// no progress) is logged and gives STATUS_UNSUCCESSFUL; bytes written before it
+// stay written.
 [[nodiscard]] NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length,
                                          std::uint64_t offset);
 [[nodiscard]] NTSTATUS CloseFile(FileHandle file);

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "runtime/retry.h"
 #include "runtime/trace.h"
 
 namespace {
@@ -107,6 +108,7 @@ std::int32_t ReadPidFileKeepOpen(int* file) {
 
   char text[kPidTextSize + 1] = {};  // one spare byte keeps the text terminated
   std::size_t total = 0;
+  int interrupted = 0;
   while (total < kPidTextSize) {
     const ssize_t n = read(fd, text + total, kPidTextSize - total);
     if (n == 0) {
@@ -114,7 +116,7 @@ std::int32_t ReadPidFileKeepOpen(int* file) {
     }
     if (n < 0) {
       const int err = errno;
-      if (err == EINTR) {
+      if (err == EINTR && ++interrupted <= kInterruptedRetryLimit) {
         continue;
       }
       TraceError(TRACE_COMPONENT_PIDFILE, "Error reading PID file: %!ERRNO!", err);
@@ -197,11 +199,12 @@ NTSTATUS CreatePidFile() {
   }
 
   std::size_t done = 0;
+  int interrupted = 0;
   while (done < length) {
     const ssize_t n = write(fd, text + done, length - done);
     if (n < 0) {
       const int err = errno;
-      if (err == EINTR) {
+      if (err == EINTR && ++interrupted <= kInterruptedRetryLimit) {
         continue;
       }
       TraceError(TRACE_COMPONENT_PIDFILE, "Error writing PID file: %!ERRNO!", err);

@@ -20,7 +20,13 @@
 
 // Counts malloc calls while gCountAllocations is set (not under the
 // sanitizers, which interpose the allocator themselves).
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// GCC announces a sanitizer with a macro, clang through __has_feature.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define VT_TRACE_SANITIZED 1
+#endif
+#endif
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !defined(VT_TRACE_SANITIZED)
 #define VT_TRACE_COUNT_ALLOCATIONS 1
 #include <atomic>
 static std::atomic<bool> gCountAllocations{false};

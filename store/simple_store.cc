@@ -18,6 +18,7 @@
 #include "runtime/file.h"
 #include "runtime/little_endian.h"
 #include "runtime/pool.h"
+#include "runtime/retry.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
 #include "store/store_layout.h"
@@ -108,23 +109,29 @@ std::int64_t MonotonicNanoseconds() {
 
 // flock for the guard's lifetime, waiting at most kLockWaitNanoseconds: the
 // lock is tried without blocking and retried with a growing pause (1 to 32 ms),
-// so a process that never lets go cannot hang the tool. status() tells whether
+// so a process that never lets go cannot hang the tool; an interrupted try is
+// retried at once, up to kInterruptedRetryLimit times in a row. status() tells whether
 // the lock was had; the store is never read for a write or written without it.
 class FileLockGuard {
  public:
   FileLockGuard(FileHandle file, int operation) : file_(file) {
     const std::int64_t deadline = MonotonicNanoseconds() + kLockWaitNanoseconds;
     long pause = 1'000'000;
+    int interrupted = 0;
     for (;;) {
       if (flock(file, operation | LOCK_NB) == 0) {
         status_ = STATUS_SUCCESS;
         return;
       }
       const int error = errno;
-      if (error != EWOULDBLOCK && error != EINTR) {
+      interrupted = error == EINTR ? interrupted + 1 : 0;
+      if (error != EWOULDBLOCK && (error != EINTR || interrupted > kInterruptedRetryLimit)) {
         TraceError(kComponent, "flock() failed:%d", error);
         status_ = STATUS_LOCK_NOT_GRANTED;
         return;
+      }
+      if (error == EINTR) {
+        continue;  // retried at once: nothing was waited for
       }
       if (MonotonicNanoseconds() >= deadline) {
         TraceError(kComponent, "The store is locked by another process; gave up after %d seconds",

@@ -28,7 +28,9 @@ void ExpectUnseededRun(const std::vector<std::string>& args, const std::string& 
   EXPECT_EQ(r.File(kStorePath), StoreImage().bytes());
 }
 
-TEST(CliE2e, RejectedCommandLines) {
+using CliE2e = ::vt_test::SandboxTest;
+
+TEST_F(CliE2e, RejectedCommandLines) {
   const std::string tool = VantorctlPath();
   const std::pair<std::vector<std::string>, std::string> cases[] = {
       // A non-option word is reported first, then a missing mode, then more
@@ -65,14 +67,14 @@ TEST(CliE2e, RejectedCommandLines) {
   }
 }
 
-TEST(CliE2e, UsageTextExitsZeroWithoutRunningAnything) {
+TEST_F(CliE2e, UsageTextExitsZeroWithoutRunningAnything) {
   for (const std::vector<std::string>& args : std::initializer_list<std::vector<std::string>>{
            {"-h"}, {"--help"}, {"--he"}, {"-h", "--bogus"}, {"-s", "--apd=true", "-h"}, {"-g", "-s", "--help", "x"}}) {
     ExpectUnseededRun(args, std::string(kExpectedUsage) + "\n", "", 0);
   }
 }
 
-TEST(CliE2e, StoreThatCannotBeOpenedEndsEveryRun) {
+TEST_F(CliE2e, StoreThatCannotBeOpenedEndsEveryRun) {
   for (const std::vector<std::string>& args :
        std::initializer_list<std::vector<std::string>>{{"-h"}, {"-g", "--apd"}, {"-g", "--bogus"}, {}}) {
     SCOPED_TRACE(Joined(args));
@@ -83,7 +85,7 @@ TEST(CliE2e, StoreThatCannotBeOpenedEndsEveryRun) {
   }
 }
 
-TEST(CliE2e, DispatchRunsRowsInTableOrder) {
+TEST_F(CliE2e, DispatchRunsRowsInTableOrder) {
   const StoreImage seeded = StoreImage().Add("APH", "proxy.example");
   ExpectCases({
       // cid (row 0) and apd (row 2) run and stay stored before version (row 9)

@@ -21,7 +21,9 @@ constexpr char kMakeRoot[] =
     "mkdir -m 0770 opt/Marrowlight && cd / || exit 99\n"
     "[ \"$(find \"$R\" -path \"$R/proc\" -prune -o -type f -exec test -f {} \\; -print)\" = \"$R/vantorctl\" ] || exit 98\n";
 
-TEST(EmptyRootE2e, SetAndGetWithNothingButTheBinary) {
+using EmptyRootE2e = ::vt_test::SandboxTest;
+
+TEST_F(EmptyRootE2e, SetAndGetWithNothingButTheBinary) {
   SandboxOptions options;
   options.script = std::string(kMakeRoot) +
                    "chroot \"$R\" /vantorctl -s --trace=info >\"$OUT/set\" 2>&1 || exit 1\n"
@@ -40,7 +42,7 @@ TEST(EmptyRootE2e, SetAndGetWithNothingButTheBinary) {
 // Started in a mount namespace of its own, inside the empty root, the tool
 // joins process 1's namespaces: it writes the sandbox's store, not the root's,
 // and its log lines reach its own standard output.
-TEST(EmptyRootE2e, NamespacedRunJoinsTheSandboxAndLogsToItsOutput) {
+TEST_F(EmptyRootE2e, NamespacedRunJoinsTheSandboxAndLogsToItsOutput) {
   SandboxOptions options;
   options.files = {{kStorePath, "12345"}};
   options.script = std::string(kMakeRoot) +

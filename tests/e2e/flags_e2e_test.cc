@@ -17,7 +17,9 @@ std::string Repeat(const std::string& piece, int times) {
   return text;
 }
 
-TEST(FlagsE2e, FeatureAndMetadataQuery) {
+using FlagsE2e = ::vt_test::SandboxTest;
+
+TEST_F(FlagsE2e, FeatureAndMetadataQuery) {
   const std::string len255 = "enableLog" + Repeat(",disableLogBuffer", 8) + Repeat(",enableLog", 11);
   const std::string len256 = "enableLog" + Repeat(",disableLogBuffer", 11) + Repeat(",enableLog", 6);
   ASSERT_EQ(len255.size(), 255u);

@@ -18,7 +18,9 @@ StoreImage Empty() { return StoreImage().Add("TRACE", "info"); }
 StoreImage WithCid() { return Empty().Add("CU", kCidBytes); }
 std::string CidErr(const std::string& diagnostic) { return HandlerFailure(diagnostic + "\n", "cid"); }
 
-TEST(IdentityE2E, Cid) {
+using IdentityE2E = ::vt_test::SandboxTest;
+
+TEST_F(IdentityE2E, Cid) {
   const std::string missing = CidErr("CID is not set. Use vantorctl to set the CID");
   const std::string needForce = CidErr("CID is set, but -f was not specified");
   const auto notValid = [](const std::string& v) {
@@ -57,7 +59,7 @@ TEST(IdentityE2E, Cid) {
   });
 }
 
-TEST(IdentityE2E, Aid) {
+TEST_F(IdentityE2E, Aid) {
   const StoreImage withAid = Empty().Add("AG", kCidBytes);
   ExpectCases({
       Shows("get", withAid, {"-g", "--aid"}, "aid=\"00112233445566778899aabbccddeeff\".\n"),
@@ -69,7 +71,7 @@ TEST(IdentityE2E, Aid) {
   });
 }
 
-TEST(IdentityE2E, ProvisioningToken) {
+TEST_F(IdentityE2E, ProvisioningToken) {
   const std::string format = HandlerFailure("Provisioning token format incorrect\n", "provisioning-token");
   const std::string needForce =
       HandlerFailure("Provisioning token is set, but -f was not specified\n", "provisioning-token");

@@ -17,7 +17,9 @@ bool Contains(const std::string& text, const std::string& part) { return text.fi
 
 // Same namespaces as process 1, or no /proc/1 to compare with (a tmpfs over
 // /proc without it): the log is the regular file, nothing of it reaches stdout.
-TEST(NamespaceE2e, NotNamespacedRunLogsToTheLogFile) {
+using NamespaceE2e = ::vt_test::SandboxTest;
+
+TEST_F(NamespaceE2e, NotNamespacedRunLogsToTheLogFile) {
   for (const bool noProcessOne : {false, true}) {
     SCOPED_TRACE(noProcessOne ? "no /proc/1" : "same namespaces");
     SandboxOptions options;
@@ -39,7 +41,7 @@ TEST(NamespaceE2e, NotNamespacedRunLogsToTheLogFile) {
 // The tool starts in a mount namespace of its own with another /opt; it must
 // join process 1's (the sandbox shell's) and write the store there, with its
 // trace log redirected to its standard output.
-TEST(NamespaceE2e, NamespacedRunJoinsProcessOneAndLogsToStdout) {
+TEST_F(NamespaceE2e, NamespacedRunJoinsProcessOneAndLogsToStdout) {
   SandboxOptions options;
   options.files = {{kStorePath, "12345"}, {kLog, "an old regular log\n", 0600}};
   options.script = "unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && "

@@ -43,7 +43,9 @@ std::pair<SandboxResult, int> RunWithDaemon(const std::vector<std::string>& args
   return {std::move(result), hangups};
 }
 
-TEST(ReloadE2E, OneSignalPerCallingHandler) {
+using ReloadE2E = ::vt_test::SandboxTest;
+
+TEST_F(ReloadE2E, OneSignalPerCallingHandler) {
   const struct {
     std::vector<std::string> args;
     std::string out;
@@ -75,7 +77,7 @@ TEST(ReloadE2E, OneSignalPerCallingHandler) {
   }
 }
 
-TEST(ReloadE2E, MissingBadOrDeadSensorIsReportedAndTheRunSucceeds) {
+TEST_F(ReloadE2E, MissingBadOrDeadSensorIsReportedAndTheRunSucceeds) {
   ExpectCases({{"no PID file", StoreImage(), {"-s", "--trace=info", "--update"}, "\n",
                 kPidFailure + std::strerror(ENOENT) + "\n", 0, {{"TRACE", "info"}}}});
   // The sandbox has its own PID namespace, so no process 4000 exists there.

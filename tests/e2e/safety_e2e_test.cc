@@ -46,7 +46,9 @@ struct PidCase {
   int hangups;
 };
 
-TEST(SafetyE2e, TheReloadSignalReachesOnlyTheLockHoldingSensor) {
+using SafetyE2e = ::vt_test::SandboxTest;
+
+TEST_F(SafetyE2e, TheReloadSignalReachesOnlyTheLockHoldingSensor) {
   const std::string range = kPidFailure + std::strerror(ERANGE) + "\n";
   const std::vector<PidCase> cases = {
       // Process 1 of the sandbox ignores SIGHUP from inside its namespace.
@@ -93,7 +95,7 @@ TEST(SafetyE2e, TheReloadSignalReachesOnlyTheLockHoldingSensor) {
 }
 
 // A PID file that is a FIFO or a link is refused at once, without blocking.
-TEST(SafetyE2e, APidFileThatIsNoRegularFileIsRefusedWithoutBlocking) {
+TEST_F(SafetyE2e, APidFileThatIsNoRegularFileIsRefusedWithoutBlocking) {
   for (const std::string plant : {"mkfifo /var/run/vantor-sensor.pid",
                                   "echo 1 >/run/elsewhere; ln -s /run/elsewhere /var/run/vantor-sensor.pid"}) {
     SCOPED_TRACE(plant);
@@ -119,7 +121,7 @@ struct Planted {
 // At each path the tool opens: a link to a file, a link to nothing, a FIFO and a
 // directory. The link's target and the place a dangling link names must stay as
 // they were, and no run may block.
-TEST(SafetyE2e, NoFileIsOpenedThroughALinkOrAsASpecialFile) {
+TEST_F(SafetyE2e, NoFileIsOpenedThroughALinkOrAsASpecialFile) {
   const std::string systagsFailed = HandlerFailure("Could not read systags\n", "systags");
   const std::vector<Planted> paths = {
       {kStorePath, "\n", kNoStore, 1},
@@ -183,7 +185,7 @@ SandboxResult RunScript(std::vector<SeedFile> files, const std::string& command,
   return RunInSandbox(options);
 }
 
-TEST(SafetyE2e, AFaultNeverCostsTheRegistry) {
+TEST_F(SafetyE2e, AFaultNeverCostsTheRegistry) {
   if (!HaveStrace()) {
     GTEST_SKIP() << "strace is not installed";
   }
@@ -208,7 +210,7 @@ TEST(SafetyE2e, AFaultNeverCostsTheRegistry) {
   EXPECT_TRUE(Contains(r.File(kLog).value_or(""), "No space left on device")) << r.File(kLog).value_or("");
 }
 
-TEST(SafetyE2e, TheExitStatusSaysWhenAnOutputOrAValueWasLost) {
+TEST_F(SafetyE2e, TheExitStatusSaysWhenAnOutputOrAValueWasLost) {
   const StoreImage withCid = StoreImage().Add("CU", std::string(16, '\x11'));
   // Standard output cannot be written, or is closed.
   for (const auto& [redirect, errnoValue] : {std::pair{">/dev/full", ENOSPC}, std::pair{">&-", EBADF}}) {
@@ -239,7 +241,7 @@ TEST(SafetyE2e, TheExitStatusSaysWhenAnOutputOrAValueWasLost) {
 
 // Another process holds the store's lock for longer than the 10 s bound: the
 // run gives up after the bound, fails and leaves the store alone.
-TEST(SafetyE2e, ALockHeldElsewhereIsWaitedForTenSecondsAtMost) {
+TEST_F(SafetyE2e, ALockHeldElsewhereIsWaitedForTenSecondsAtMost) {
   const StoreImage seed = StoreImage().Add("TRACE", "info");
   const SandboxResult r = RunScript(
       {StoreSeed(seed)},
@@ -258,7 +260,7 @@ TEST(SafetyE2e, ALockHeldElsewhereIsWaitedForTenSecondsAtMost) {
 
 // A namespaced run logs to its own standard output. Sent to a regular file, the
 // result line follows the log lines instead of overwriting them.
-TEST(SafetyE2e, ANamespacedRunKeepsItsLogAndItsResultInOneFile) {
+TEST_F(SafetyE2e, ANamespacedRunKeepsItsLogAndItsResultInOneFile) {
   const SandboxResult r = RunScript(
       {{kStorePath, "12345"}},
       "unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && "

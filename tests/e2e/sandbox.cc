@@ -290,6 +290,20 @@ int SpawnAndWait(const std::vector<std::string>& argv, const std::string& log, i
 
 }  // namespace
 
+void SandboxTest::SetUp() {
+  static const std::string why = [] {
+    if (geteuid() != 0) return std::string("the sandboxed tests need root");
+    if (std::system("unshare -m -p -f --mount-proc true >/dev/null 2>&1") != 0) {
+      return std::string("unshare -m -p -f --mount-proc does not work here (a plain chroot?)");
+    }
+    return std::string();
+  }();
+  if (why.empty()) return;
+  const char* require = std::getenv("VANTOR_REQUIRE_SANDBOX");
+  if (require != nullptr && std::string_view(require) == "1") FAIL() << why << " (VANTOR_REQUIRE_SANDBOX=1)";
+  GTEST_SKIP() << why;
+}
+
 // VANTORCTL_UNDER_TEST names another binary to run the suite against, for
 // example an older build, to see which tests it fails.
 const std::string& VantorctlPath() {

@@ -9,12 +9,23 @@
 
 #include <sys/types.h>
 
+#include <gtest/gtest.h>
+
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vt_test {
+
+// The base of every test that runs something in the sandbox. It needs root and
+// a working `unshare -m -p -f --mount-proc`; where it cannot have them (a plain
+// chroot, an unprivileged user) the test is skipped with the reason, unless
+// VANTOR_REQUIRE_SANDBOX=1 (set by CI, which runs as root) makes that a failure.
+class SandboxTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+};
 
 // Absolute path of the vantorctl binary under test.
 const std::string& VantorctlPath();

@@ -11,7 +11,9 @@
 namespace vt_test {
 namespace {
 
-TEST(Sandbox, CapturesStreamsStatusAndFilesAsBytes) {
+using Sandbox = ::vt_test::SandboxTest;
+
+TEST_F(Sandbox, CapturesStreamsStatusAndFilesAsBytes) {
   SandboxOptions options;
   options.files = {{"/opt/Marrowlight/vantorstore", std::string("x\0y", 3), 0640}, {"/run/deep/er/file", "", 0444}};
   options.script = "printf 'a\\000b'; stat -c '%a' /opt/Marrowlight/vantorstore /run/deep/er/file; "
@@ -27,7 +29,7 @@ TEST(Sandbox, CapturesStreamsStatusAndFilesAsBytes) {
   EXPECT_EQ(r.File("/var/log/link"), std::nullopt);
 }
 
-TEST(Sandbox, MountsArePrivateTmpfsAndProcessOneIsTheSandbox) {
+TEST_F(Sandbox, MountsArePrivateTmpfsAndProcessOneIsTheSandbox) {
   const std::string name = "vt_sandbox_probe_" + std::to_string(getpid());
   SandboxOptions options;
   options.script = "for d in /opt /var/log /run; do stat -f -c '%T' $d; done; cat /proc/1/comm; "

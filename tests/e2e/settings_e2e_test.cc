@@ -14,7 +14,9 @@ namespace {
 // An unrelated record, so "unchanged" compares more than an empty image.
 StoreImage Base() { return StoreImage().Add("GroupTags", "lab"); }
 
-TEST(SettingsE2E, ApdAndFkmSwitches) {
+using SettingsE2E = ::vt_test::SandboxTest;
+
+TEST_F(SettingsE2E, ApdAndFkmSwitches) {
   for (const auto& [option, rec, what] :
        {std::tuple{"apd", "DP", "app proxy disable"}, std::tuple{"fkm", "FKM", "fuzzy kernel match"}}) {
     SCOPED_TRACE(option);
@@ -43,7 +45,7 @@ TEST(SettingsE2E, ApdAndFkmSwitches) {
   }
 }
 
-TEST(SettingsE2E, ConnectionHostPortAndPcpt) {
+TEST_F(SettingsE2E, ConnectionHostPortAndPcpt) {
   const std::string host255(255, 'h');
   const std::string host256(256, 'h');
   ExpectCases({
@@ -75,7 +77,7 @@ TEST(SettingsE2E, ConnectionHostPortAndPcpt) {
   });
 }
 
-TEST(SettingsE2E, BehaviourTraceBackendBilling) {
+TEST_F(SettingsE2E, BehaviourTraceBackendBilling) {
   const std::string tooLong(101, 'd');
   ExpectCases({
       {"trace quiet", Base(), {"-s", "--trace=info"}, "\n", "", 0, {{"TRACE", "info"}}},
@@ -106,7 +108,7 @@ TEST(SettingsE2E, BehaviourTraceBackendBilling) {
   });
 }
 
-TEST(SettingsE2E, OneLineInTableOrder) {
+TEST_F(SettingsE2E, OneLineInTableOrder) {
   StoreImage full = Base().Add("DP", U32Bytes(1)).Add("APH", "proxy.example").Add("APP", "3128");
   full.Add("TRACE", "warn").Add("PCPT", U32Bytes(4)).Add("BT", U32Bytes(0));
   full.Add("SenBackend", U32Bytes(2)).Add("FKM", U32Bytes(0));

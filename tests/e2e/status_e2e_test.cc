@@ -25,7 +25,9 @@ SandboxResult RunWith(std::vector<std::string> args, std::vector<SeedFile> files
   return RunInSandbox(options);
 }
 
-TEST(StatusE2e, SystagsFromTheKernelFile) {
+using StatusE2e = ::vt_test::SandboxTest;
+
+TEST_F(StatusE2e, SystagsFromTheKernelFile) {
   std::string big;
   for (int i = 0; big.size() < 5000; ++i) big += std::to_string(i) + "\n";
   // Content and what is printed: lines, no final newline with odd bytes, a NUL
@@ -47,7 +49,7 @@ TEST(StatusE2e, SystagsFromTheKernelFile) {
             HandlerFailure("Could not read systags\n", "systags"), 1);
 }
 
-TEST(StatusE2e, SystagsFromTheRegistry) {
+TEST_F(StatusE2e, SystagsFromTheRegistry) {
   const std::string failed = HandlerFailure("", "systags");
   const struct {
     const char* name;
@@ -81,7 +83,7 @@ std::string Entry(std::uint32_t backend, std::uint32_t inRfm, std::uint32_t reas
   return U32Bytes(backend) + U32Bytes(inRfm) + U32Bytes(reason);
 }
 
-TEST(StatusE2e, VersionAndRfm) {
+TEST_F(StatusE2e, VersionAndRfm) {
   const auto history = [](const std::string& bytes) { return StoreImage().Add("RFMHistory", bytes); };
   const std::vector<std::string> all = {"-g", "--rfm-state", "--rfm-reason", "--rfm-history"};
   const StoreImage inRfm2 = history(Entry(1, 2, 0xE00400AD));

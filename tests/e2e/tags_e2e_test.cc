@@ -11,7 +11,9 @@ namespace {
 
 StoreImage Tags(const std::string& list) { return StoreImage().Add("GroupTags", list); }
 
-TEST(TagsE2e, FormatAndForce) {
+using TagsE2e = ::vt_test::SandboxTest;
+
+TEST_F(TagsE2e, FormatAndForce) {
   const std::string full(256, 'a');
   const std::string notSet = "Sensor grouping tags are not set.\n";
   std::vector<OptionCase> cases = {

@@ -18,7 +18,9 @@ OptionCase Bad(StoreImage seed, const std::string& word, const std::string& valu
                  HandlerFailure("\"" + value + "\": " + why + "\n", option));
 }
 
-TEST(TelemetryE2e, IntervalAndDuration) {
+using TelemetryE2e = ::vt_test::SandboxTest;
+
+TEST_F(TelemetryE2e, IntervalAndDuration) {
   const std::string minimum = "value, minimum supported value is 5 seconds";
   const std::string shorter = "value, log duration should be greater then log interval";
   const std::string overflow = "value, int overflow detected";
@@ -60,7 +62,7 @@ TEST(TelemetryE2e, IntervalAndDuration) {
   ExpectCases(cases);
 }
 
-TEST(TelemetryE2e, LogCounters) {
+TEST_F(TelemetryE2e, LogCounters) {
   const auto get = [](const std::string& d) { return HandlerFailure(d + "\n", "logcounters"); };
   std::vector<OptionCase> cases = {
       {"verbose on", {}, {"-s", "-v", "--logcounters=TRUE"}, std::string(kReminder) + "logcounters=true.\n", "", 0,
