@@ -1,7 +1,7 @@
 // Eight writer processes and two readers share the store at its default path,
 // in a sandbox with a private /opt. Afterwards every writer's names hold their
 // last value (no write was lost) and no reader ever saw an invalid image. Prints
-// the sets per second of all writers together.
+// the sets per second of all writers together and the writes lost.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -34,8 +34,6 @@ TEST_F(StoreStress, EightWriterProcessesAndTwoReadersKeepTheImageWhole) {
 
   unsigned long micros = 0;
   ASSERT_EQ(std::sscanf(result.out.c_str(), "writers took %lu us", &micros), 1) << result.out;
-  std::printf("%d writers: %d sets in %lu us, %.0f sets/s\n", kWriters, kWriters * kSetsPerWriter, micros,
-              kWriters * kSetsPerWriter * 1e6 / static_cast<double>(micros));
   int readers = 0;
   for (std::size_t at = result.out.find("images="); at != std::string::npos; at = result.out.find("images=", at + 1)) {
     unsigned long images = 0, empty = 0, invalid = 1;
@@ -55,11 +53,17 @@ TEST_F(StoreStress, EightWriterProcessesAndTwoReadersKeepTheImageWhole) {
     used += image.U16(vt_test::StoreImage::SlotOffset(slot)) != 0 ? 1 : 0;
   }
   EXPECT_EQ(used, kWriters * 3) << "each name must occupy exactly one slot";
+  // A write is lost when its name does not hold the writer's last value.
+  int lost = 0;
   for (int w = 1; w <= kWriters; ++w) {
     for (const char suffix : {'a', 'b', 'c'}) {
-      EXPECT_EQ(image.Get("w" + std::to_string(w) + suffix), vt_test::U32Bytes(50)) << w << suffix;
+      const bool kept = image.Get("w" + std::to_string(w) + suffix) == vt_test::U32Bytes(50);
+      EXPECT_TRUE(kept) << w << suffix;
+      lost += kept ? 0 : 1;
     }
   }
+  std::printf("%d writers: %d sets in %lu us, %.0f sets/s, lost writes %d\n", kWriters, kWriters * kSetsPerWriter,
+              micros, kWriters * kSetsPerWriter * 1e6 / static_cast<double>(micros), lost);
 }
 
 }  // namespace
