@@ -468,6 +468,7 @@ NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t le
       TraceError(TRACE_COMPONENT_CORE, "Couldn't write to file: %!ERRNO!", err);
       return STATUS_UNSUCCESSFUL;
     }
+    interrupted = 0;
     done += static_cast<std::uint32_t>(n);
   }
   return STATUS_SUCCESS;

@@ -123,6 +123,7 @@ std::int32_t ReadPidFileKeepOpen(int* file) {
       CloseQuietly(fd);
       return -err;
     }
+    interrupted = 0;
     total += static_cast<std::size_t>(n);
   }
   text[total] = '\0';
@@ -212,6 +213,7 @@ NTSTATUS CreatePidFile() {
       g_heldFile = fd;
       return STATUS_UNSUCCESSFUL;
     }
+    interrupted = 0;
     done += static_cast<std::size_t>(n);
   }
   g_heldFile = fd;

@@ -110,8 +110,9 @@ std::int64_t MonotonicNanoseconds() {
 // flock for the guard's lifetime, waiting at most kLockWaitNanoseconds: the
 // lock is tried without blocking and retried with a growing pause (1 to 32 ms),
 // so a process that never lets go cannot hang the tool; an interrupted try is
-// retried at once, up to kInterruptedRetryLimit times in a row. status() tells whether
-// the lock was had; the store is never read for a write or written without it.
+// retried at once, up to kInterruptedRetryLimit times in a row. status() tells
+// whether the lock was had; the store is never read for a write or written
+// without it.
 class FileLockGuard {
  public:
   FileLockGuard(FileHandle file, int operation) : file_(file) {
