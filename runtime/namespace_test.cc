@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <cstdlib>
 #include <string>
 
 namespace {
@@ -81,7 +82,10 @@ TEST(Namespace, DetectionAndSwitchToProcessOne) {
                         !NamespaceSwitchCountAbove(3), SameAsInit("uts"), SameAsInit("mnt")});
   });
   if (same == kSkipExit || otherUts == kSkipExit) {
-    GTEST_SKIP() << "no private PID, mount or UTS namespaces";
+    // CI, which runs as root, asks for every such test to run.
+    const char* require = std::getenv("VANTOR_REQUIRE_SANDBOX");
+    if (require != nullptr && std::string(require) == "1") FAIL() << "no private PID, mount or UTS namespaces";
+    GTEST_SKIP() << "no private PID, mount or UTS namespaces (not root, or a plain chroot)";
   }
   EXPECT_EQ(same, 0) << "first failed check, same namespaces as process 1";
   EXPECT_EQ(otherUts, 0) << "first failed check, other UTS namespace";
