@@ -38,6 +38,7 @@ std::uint32_t gSwitchedCount = 0;
 // when a stat fails other than by process 1's link being absent.
 NTSTATUS CompareWithInit(bool* differs) {
   *differs = false;
+  const int pid = static_cast<int>(getpid());
   for (const NamespaceKind& kind : kNamespaces) {
     struct stat init {};
     if (stat(kind.initPath, &init) != 0) {
@@ -52,7 +53,7 @@ NTSTATUS CompareWithInit(bool* differs) {
       return STATUS_UNSUCCESSFUL;
     }
     char own[kNsPathSize];
-    std::snprintf(own, sizeof own, "/proc/%d/ns/%s", static_cast<int>(getpid()), kind.name);
+    std::snprintf(own, sizeof own, "/proc/%d/ns/%s", pid, kind.name);
     struct stat mine {};
     if (stat(own, &mine) != 0) {
       TraceError(TRACE_COMPONENT_CORE, "failed to stat file %s due to %!ERRNO!", own, errno);

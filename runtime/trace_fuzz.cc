@@ -66,11 +66,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   // Exact-size copies so that the address sanitizer sees any read past the
   // format's terminator or any write past the output buffer.
-  std::vector<char> format(data + std::min(pos, size), data + size);
+  const std::size_t start = std::min(pos, size);
+  std::vector<char> format(size - start + 1, '\0');
+  std::copy(data + start, data + size, format.begin());
   for (char& c : format) {
     if (numeric && (c == 's' || c == 'S' || c == 'Z' || c == 'G')) c = 'd';
   }
-  format.push_back('\0');
   std::vector<char> out(outSize);
   const std::size_t n = TraceFormatMessage(out.data(), out.size(), format.data(), args);
   if (n >= out.size() || out[n] != '\0') std::abort();
