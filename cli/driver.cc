@@ -12,6 +12,7 @@
 #include "cli/option_table.h"
 #include "cli/usage.h"
 #include "options/option_context.h"
+#include "options/reload.h"
 #include "runtime/namespace.h"
 #include "runtime/trace.h"
 #include "store/simple_store.h"
@@ -211,7 +212,13 @@ int RunCommandLine(int argc, char** argv) {
     case ParseResult::Done:
       break;
   }
-  if (!CheckModes(argc, argv, state) || !Dispatch(&state)) {
+  if (!CheckModes(argc, argv, state)) {
+    return Fail();
+  }
+  if (gOptionTable[kRowUpdate].specified != 0) {
+    state.context.reload = SignalSensorReload;
+  }
+  if (!Dispatch(&state)) {
     return Fail();
   }
   return kExitSuccess;

@@ -76,4 +76,3 @@ constinit OptionEntry gOptionTable[kOptionCount] = {
     Row("help", no_argument, kRowHelp, kModeHelp, " for usage help", nullptr, nullptr),
 };
 
-bool UpdateRequested() { return gOptionTable[kRowUpdate].specified != 0; }

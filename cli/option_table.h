@@ -3,9 +3,9 @@
 // the mode checks, the dispatch and the usage text.
 //
 // The table is a process global filled by constant initialisation. Only the
-// driver writes it (each row's `specified` and `value`, during the parse);
-// afterwards handlers may read other rows' `specified` flag (UpdateRequested).
-// Single-threaded by design: no lock.
+// driver reads and writes it (each row's `specified` and `value`, during the
+// parse); handlers learn what they need from the OptionContext the driver
+// hands them. Single-threaded by design: no lock.
 #pragma once
 
 #include <getopt.h>

@@ -9,7 +9,6 @@
 
 #include "options/handlers.h"
 #include "options/named_value.h"
-#include "options/reload.h"
 #include "options/stored_value.h"
 #include "options/switch_option.h"
 #include "options/value_names.h"
@@ -70,10 +69,10 @@ NTSTATUS HandleTrace(OptionContext* context, const char* value) {
       PrintDiagnostic("Could not write trace level \"%s\" to config\n", value);
       return status;
     }
-    // The level is stored; a failed signal is reported by SignalSensorReload and
+    // The level is stored; a failed signal is reported by the reload call and
     // does not change this result.
-    if (UpdateRequested()) {
-      SignalSensorReload();
+    if (context->reload != nullptr) {
+      context->reload();
     }
     if (context->get || context->verbose) {
       PrintValue(context, "trace=%s", value);

@@ -16,7 +16,6 @@
 #include <string_view>
 
 #include "options/handlers.h"
-#include "options/reload.h"
 #include "options/stored_value.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
@@ -191,9 +190,9 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
     PrintDiagnostic("Could not write %s \"%s\" to config\n", option.name, value);
     return status;
   }
-  if (signal && UpdateRequested()) {
+  if (signal && context->reload != nullptr) {
     // The signal's own outcome does not change this handler's result.
-    SignalSensorReload();
+    context->reload();
   }
   if (context->verbose) {
     PrintMask(context, option, mask);

@@ -16,12 +16,13 @@ struct OptionContext {
   // Long options given on the command line; handlers count it down once per
   // printed value.
   std::uint32_t remaining;
+  // Set by the driver when --update was given: the daemon is to be told of a
+  // changed trace level, feature set or log-counters switch. Null otherwise.
+  // The driver installs SignalSensorReload (options/reload.h); tests install
+  // their own recorder.
+  void (*reload)();
 };
 
 // `value` is the text after "=" (null when none was given); in set mode it is
 // never null for a value-taking option.
 using OptionHandler = NTSTATUS (*)(OptionContext* context, const char* value);
-
-// Whether --update was given on this command line (the option table's `update`
-// row is specified).
-[[nodiscard]] bool UpdateRequested();

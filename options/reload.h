@@ -6,6 +6,7 @@
 // through a pidfd so that a reused PID gets nothing. Failures (no PID file, an
 // unreadable PID or one outside 1..pid_max, a stale file, a refused signal) are
 // reported as one line on standard error; nothing is returned, so a caller's result never
-// depends on the signal. Called by the trace, feature and logcounters handlers
-// after a successful write when --update was given.
+// depends on the signal. The driver hands it to the handlers as
+// OptionContext::reload when --update was given; the trace, feature and
+// logcounters handlers call it after a successful write.
 void SignalSensorReload();

@@ -1,7 +1,7 @@
 // Handlers meeting store read, write and delete failures, which the real store
 // cannot be made to produce on demand. This binary links its own in-memory
-// store and reload signal (defined below) ahead of the library, and always
-// reports --update as given, so a signal after a failed write would show.
+// store (defined below) ahead of the library, and every case runs as with
+// --update, so a signal after a failed write would show.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "options/handlers.h"
-#include "options/reload.h"
 #include "store/simple_store.h"
 
 namespace {
@@ -53,8 +52,6 @@ NTSTATUS DeleteSimpleStoreValue(const UNICODE_STRING* name) {
   return gValues.erase(Ascii(name)) != 0 ? STATUS_SUCCESS : STATUS_NOT_FOUND;
 }
 
-void SignalSensorReload() { gEvents.emplace_back("signal"); }
-bool UpdateRequested() { return true; }
 
 namespace {
 
@@ -132,6 +129,7 @@ TEST(StoreFailuresTest, AreReportedAndNothingFollowsThem) {
     context.force = std::strchr(c.flags, 'f') != nullptr;
     context.verbose = std::strchr(c.flags, 'v') != nullptr;
     context.remaining = 1;
+    context.reload = [] { gEvents.emplace_back("signal"); };  // as with --update
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const NTSTATUS status = c.handler(&context, c.value);

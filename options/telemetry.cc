@@ -19,7 +19,6 @@
 #include <cstdlib>
 
 #include "options/handlers.h"
-#include "options/reload.h"
 #include "options/stored_value.h"
 #include "options/switch_value.h"
 #include "options/value_names.h"
@@ -228,8 +227,8 @@ NTSTATUS HandleLogCounters(OptionContext* context, const char* value) {
           "          when you are done collecting telemetry data.\n",
           stdout);
     }
-    if (UpdateRequested()) {
-      SignalSensorReload();  // its outcome does not change this handler's result
+    if (context->reload != nullptr) {
+      context->reload();  // its outcome does not change this handler's result
     }
     return context->verbose ? PrintLogCounters(context, enabled) : STATUS_SUCCESS;
   }
