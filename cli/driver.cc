@@ -178,6 +178,7 @@ bool Dispatch(ParseState* state) {
       std::fprintf(stderr, "ERROR: --%s requires a value\n", row.longOption.name);
       return false;
     }
+    state->context.option = row.longOption.name;
     if (row.handler != nullptr && !NT_SUCCESS(row.handler(&state->context, row.value))) {
       std::fprintf(stderr, "ERROR: failed to process the option --%s\n", row.longOption.name);
       return false;

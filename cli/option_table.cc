@@ -1,6 +1,7 @@
 #include "cli/option_table.h"
 
 #include "options/handlers.h"
+#include "options/settings.h"
 
 // The driver copies `longOption` straight into getopt_long's array: it must be
 // the C library's record, field for field, right after `value`.
@@ -31,13 +32,13 @@ constexpr OptionEntry Row(const char* name, int hasArg, int index, std::uint8_t 
 constinit OptionEntry gOptionTable[kOptionCount] = {
     Row("cid", optional_argument, kRowCid, kSetGetDel, " for CustomerId", "=\"{<uuid string>}\"", HandleCid),
     Row("aid", optional_argument, kRowAid, kGetDel, " for AgentId", nullptr, HandleAid),
-    Row("apd", optional_argument, kRowApd, kSetGetDel, " for App Proxy Disable", "=true | --apd=false", HandleApd),
-    Row("aph", optional_argument, kRowAph, kSetGetDel, " for App Proxy Host", "=<app proxy host name>", HandleAph),
-    Row("app", optional_argument, kRowApp, kSetGetDel, " for App Proxy Port", "=<app proxy port>", HandleApp),
+    Row("apd", optional_argument, kRowApd, kSetGetDel, " for App Proxy Disable", "=true | --apd=false", HandleStoredSetting),
+    Row("aph", optional_argument, kRowAph, kSetGetDel, " for App Proxy Host", "=<app proxy host name>", HandleStoredSetting),
+    Row("app", optional_argument, kRowApp, kSetGetDel, " for App Proxy Port", "=<app proxy port>", HandleStoredSetting),
     Row("trace", optional_argument, kRowTrace, kSetGetDel, " for determining the configured trace level",
-        "=[none|err|warn|info|debug]", HandleTrace),
+        "=[none|err|warn|info|debug]", HandleStoredSetting),
     Row("pcpt", optional_argument, kRowPcpt, kSetGet, " preferred connection protocol type", "=[auto|ipv4|ipv6]",
-        HandlePcpt),
+        HandleStoredSetting),
     Row("feature", optional_argument, kRowFeature, kSetGet, " to determine the configured sensor feature flags",
         "=[none,[enableLog[,disableLogBuffer[,disableOsfm[,emulateUpdate]]]]]", HandleFeature),
     Row("metadata-query", optional_argument, kRowMetadataQuery, kSetGet,
@@ -48,7 +49,7 @@ constinit OptionEntry gOptionTable[kOptionCount] = {
     Row("update", no_argument, kRowUpdate, kModeSet, nullptr, " SIGHUP the sensor for immediate trace/feature update",
         nullptr),
     Row("billing", optional_argument, kRowBilling, kSetGetDel, " to configure the sensor billing type",
-        "=[default|metered]", HandleBilling),
+        "=[default|metered]", HandleStoredSetting),
     Row("tags", optional_argument, kRowTags, kSetGetDel, " for sensor grouping tags",
         "=<comma separated list of tags for sensor grouping> (allowed characters: all alphanumerics, '/', '-', "
         "'_', '@', and '.')",
@@ -58,7 +59,7 @@ constinit OptionEntry gOptionTable[kOptionCount] = {
     Row("systags", optional_argument, kRowSystags, kModeGet, " for system tags currently applied to a running sensor",
         nullptr, HandleSystags),
     Row("backend", optional_argument, kRowBackend, kSetGetDel, " for sensor backend",
-        "=auto | --backend=bpf | --backend=kernel", HandleBackend),
+        "=auto | --backend=bpf | --backend=kernel", HandleStoredSetting),
     Row("rfm-state", optional_argument, kRowRfmState, kModeGet,
         " for indicating whether the sensor is in Reduced Functionality Mode", nullptr, HandleRfmState),
     Row("rfm-reason", optional_argument, kRowRfmReason, kModeGet,
@@ -66,9 +67,9 @@ constinit OptionEntry gOptionTable[kOptionCount] = {
     Row("rfm-history", no_argument, kRowRfmHistory, kModeGet,
         " to show history of sensor Reduced Functionality Mode reasons", nullptr, HandleRfmHistory),
     // Deliberately undocumented: no texts, so no usage block lists it.
-    Row("fkm", optional_argument, kRowFkm, kSetGetDel, nullptr, nullptr, HandleFkm),
+    Row("fkm", optional_argument, kRowFkm, kSetGetDel, nullptr, nullptr, HandleStoredSetting),
     Row("logcounters", optional_argument, kRowLogCounters, kSetGetDel,
-        " for determining if Telemetry logging is enabled", "=true | --logcounters=false", HandleLogCounters),
+        " for determining if Telemetry logging is enabled", "=true | --logcounters=false", HandleStoredSetting),
     Row("loginterval", optional_argument, kRowLogInterval, kSetGetDel, " for setting the interval of file logging",
         "=<seconds>", HandleLogInterval),
     Row("logduration", optional_argument, kRowLogDuration, kSetGetDel, " for setting the duration of file logging",

@@ -35,7 +35,9 @@ constexpr void ForEachValueWord(int row, Emit&& emit) {
       for (const NamedValue& value : kBillingTypes) emit(std::string_view(value.name));
       break;
     case kRowFeature:
-      for (const FlagWord& word : kFeatureWords) emit(word.word);
+      for (const FlagWord& word : kFeatureWords) {
+        if (word.action != value_sets::WordAction::ShowOnly) emit(word.word);
+      }
       break;
     case kRowMetadataQuery:
       for (const FlagWord& word : kMetadataQueryWords) emit(word.word);

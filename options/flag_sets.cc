@@ -9,6 +9,7 @@
 //
 // Only -s and -g reach these handlers (the option table refuses -d); any mode
 // other than set is served as a get.
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -33,33 +34,6 @@ using value_sets::kFeatureWords;
 using value_sets::kMetadataQueryWords;
 using value_sets::WordAction;
 
-struct NamedBit {
-  std::uint32_t bit;
-  const char* word;
-};
-
-// Output order of the feature words.
-constexpr NamedBit kFeatureNames[] = {
-    {0x1, "enableLog"},
-    {0x2, "disableLogBuffer"},
-    {0x10000, "disableOsfm"},
-    {0x20000, "emulateUpdate"},
-};
-
-struct Provider {
-  std::uint32_t bit;
-  const char* disableWord;
-  const char* enableWord;
-};
-
-constexpr Provider kProviders[] = {
-    {0x1, "disableAWS", "enableAWS"},
-    {0x2, "disableAzure", "enableAzure"},
-    {0x4, "disableGCP", "enableGCP"},
-    {0x8, "disableOCI", "enableOCI"},
-};
-constexpr std::uint32_t kAllProviders = 0xF;
-
 // Longest word text of either printer: four words and three commas.
 constexpr std::size_t kWordTextSize = 64;
 
@@ -81,27 +55,44 @@ void AppendWord(char* out, std::size_t* length, const char* word) {
 void FormatFeatureWords(std::uint32_t mask, char* out) {
   std::size_t length = 0;
   out[0] = '\0';
-  for (const NamedBit& named : kFeatureNames) {
-    if ((mask & named.bit) != 0) {
-      AppendWord(out, &length, named.word);
+  for (const FlagWord& word : kFeatureWords) {
+    if (word.bits != 0 && (mask & word.bits) == word.bits) {
+      AppendWord(out, &length, word.word.data());
     }
   }
+}
+
+// The enable word undoing `disable` (the word clearing the same bits).
+const char* EnableWordOf(const FlagWord& disable) {
+  for (const FlagWord& word : kMetadataQueryWords) {
+    if (word.action == WordAction::ClearBits && word.bits == disable.bits) {
+      return word.word.data();
+    }
+  }
+  return disable.word.data();  // every disable word has one; the tables test says so
 }
 
 void FormatMetadataQueryWords(std::uint32_t mask, char* out) {
   std::size_t length = 0;
   out[0] = '\0';
-  if (mask == 0) {
-    AppendWord(out, &length, "enable");
-    return;
+  // The provider words set one bit; "disable" and "enable" cover all of them.
+  std::uint32_t allProviders = 0;
+  for (const FlagWord& word : kMetadataQueryWords) {
+    if (word.action == WordAction::SetBits && std::has_single_bit(word.bits)) allProviders |= word.bits;
   }
-  if (mask == kAllProviders) {
-    AppendWord(out, &length, "disable");
-    return;
+  for (const FlagWord& word : kMetadataQueryWords) {
+    const bool all = word.bits == allProviders;
+    if (all && ((word.action == WordAction::SetBits && mask == allProviders) ||
+                (word.action == WordAction::ClearBits && mask == 0))) {
+      AppendWord(out, &length, word.word.data());
+      return;
+    }
   }
-  // Bits above 0xF leave the words alone; they show only in the hex mask.
-  for (const Provider& provider : kProviders) {
-    AppendWord(out, &length, (mask & provider.bit) != 0 ? provider.disableWord : provider.enableWord);
+  // Bits above the providers' leave the words alone; they show only in the hex mask.
+  for (const FlagWord& word : kMetadataQueryWords) {
+    if (word.action == WordAction::SetBits && std::has_single_bit(word.bits)) {
+      AppendWord(out, &length, (mask & word.bits) != 0 ? word.word.data() : EnableWordOf(word));
+    }
   }
 }
 
@@ -146,7 +137,7 @@ const char* ParseSwitchList(std::span<const FlagWord> words, char* list, std::ui
     const std::string_view word(piece);
     const FlagWord* match = nullptr;
     for (const FlagWord& candidate : words) {
-      if (candidate.word == word) {
+      if (candidate.word == word && candidate.action != WordAction::ShowOnly) {
         match = &candidate;
         break;
       }
@@ -164,6 +155,8 @@ const char* ParseSwitchList(std::span<const FlagWord> words, char* list, std::ui
       case WordAction::ClearAll:
         result = 0;
         break;
+      case WordAction::ShowOnly:
+        break;  // never matched above
     }
     if (comma == nullptr) {
       break;

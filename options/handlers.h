@@ -1,4 +1,6 @@
-// The option handlers, one per row of the option table that does something.
+// The option handlers with code of their own, one per row of the option table
+// that does something and is not an ordinary stored setting (those share
+// HandleStoredSetting, options/settings.h).
 // Each takes the shared OptionContext and the option's value text and returns
 // STATUS_SUCCESS or a failure status after writing its own diagnostic to
 // standard error; the driver then reports the option as failed.
@@ -11,18 +13,6 @@
 [[nodiscard]] NTSTATUS HandleAid(OptionContext* context, const char* value);
 [[nodiscard]] NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value);
 
-// Proxy and connection settings.
-[[nodiscard]] NTSTATUS HandleApd(OptionContext* context, const char* value);
-[[nodiscard]] NTSTATUS HandleAph(OptionContext* context, const char* value);
-[[nodiscard]] NTSTATUS HandleApp(OptionContext* context, const char* value);
-[[nodiscard]] NTSTATUS HandlePcpt(OptionContext* context, const char* value);
-
-// Sensor behaviour settings.
-[[nodiscard]] NTSTATUS HandleTrace(OptionContext* context, const char* value);
-[[nodiscard]] NTSTATUS HandleBackend(OptionContext* context, const char* value);
-[[nodiscard]] NTSTATUS HandleBilling(OptionContext* context, const char* value);
-[[nodiscard]] NTSTATUS HandleFkm(OptionContext* context, const char* value);
-
 // Feature and metadata-query flag sets.
 [[nodiscard]] NTSTATUS HandleFeature(OptionContext* context, const char* value);
 [[nodiscard]] NTSTATUS HandleMetadataQuery(OptionContext* context, const char* value);
@@ -30,8 +20,7 @@
 // Sensor grouping tags.
 [[nodiscard]] NTSTATUS HandleTags(OptionContext* context, const char* value);
 
-// Telemetry logging settings.
-[[nodiscard]] NTSTATUS HandleLogCounters(OptionContext* context, const char* value);
+// Telemetry logging settings (logcounters is an ordinary stored setting).
 [[nodiscard]] NTSTATUS HandleLogInterval(OptionContext* context, const char* value);
 [[nodiscard]] NTSTATUS HandleLogDuration(OptionContext* context, const char* value);
 

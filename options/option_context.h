@@ -16,6 +16,9 @@ struct OptionContext {
   // Long options given on the command line; handlers count it down once per
   // printed value.
   std::uint32_t remaining;
+  // The long option whose handler runs now (without "--"); set by the driver
+  // before each call.
+  const char* option;
   // Set by the driver when --update was given: the daemon is to be told of a
   // changed trace level, feature set or log-counters switch. Null otherwise.
   // The driver installs SignalSensorReload (options/reload.h); tests install

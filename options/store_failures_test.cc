@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "options/handlers.h"
+#include "options/settings.h"
 #include "store/simple_store.h"
 
 namespace {
@@ -103,10 +104,10 @@ TEST(StoreFailuresTest, AreReportedAndNothingFollowsThem) {
       {"duration delete", HandleLogDuration, "dv", nullptr, {}, "delete LogDuration", STATUS_UNSUCCESSFUL,
        STATUS_UNSUCCESSFUL, "", "Could not delete log duration value from config file. Status:0xC0000001\n",
        {"delete LogDuration"}},
-      {"logcounters set: no reminder, no signal", HandleLogCounters, "s", "TRUE", {}, "set LogCounters",
+      {"logcounters set: no reminder, no signal", HandleStoredSetting, "s", "TRUE", {}, "set LogCounters",
        STATUS_UNSUCCESSFUL, STATUS_UNSUCCESSFUL, "", "Could not write log counters \"TRUE\" to config file\n",
        {"set LogCounters"}},
-      {"logcounters delete", HandleLogCounters, "d", nullptr, {}, "delete LogCounters", STATUS_DATA_ERROR,
+      {"logcounters delete", HandleStoredSetting, "d", nullptr, {}, "delete LogCounters", STATUS_DATA_ERROR,
        STATUS_DATA_ERROR, "", "Could not delete log counters from config file\n", {"delete LogCounters"}},
       // An unreadable history reads as no history.
       {"rfm-state", HandleRfmState, "g", nullptr, {}, "get RFMHistory", STATUS_DATA_ERROR, STATUS_SUCCESS,
@@ -130,6 +131,8 @@ TEST(StoreFailuresTest, AreReportedAndNothingFollowsThem) {
     context.verbose = std::strchr(c.flags, 'v') != nullptr;
     context.remaining = 1;
     context.reload = [] { gEvents.emplace_back("signal"); };  // as with --update
+    const std::string option(c.name, std::strcspn(c.name, " "));  // each name starts with its option
+    context.option = option.c_str();
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const NTSTATUS status = c.handler(&context, c.value);

@@ -1,11 +1,9 @@
-// --logcounters, --loginterval and --logduration: the sensor's telemetry file
-// logging (LogCounters, LogInterval, LogDuration, all u32 little-endian).
+// --loginterval and --logduration: the period and length of the sensor's
+// telemetry file logging (LogInterval, LogDuration, u32 little-endian seconds),
+// checked against each other. Its switch, --logcounters, is an ordinary stored
+// setting (options/settings.cc).
 //
 // Choices made here:
-// - `-d --logcounters` deletes LogCounters. A missing value counts as success
-//   and -v prints "logcounters is not set", as for every other unprotected
-//   setting; a failure prints "Could not delete log counters from config
-//   file\n". Nothing is signalled: --update is a set-mode option.
 // - A duration being set is bounded like an interval: duration x 1000 must
 //   fit 32 bits (at most 4294967 seconds), as the sensor counts both in
 //   milliseconds. The refusal reads "\"%u\": Invalid log duration value, int
@@ -15,12 +13,10 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
 #include "options/handlers.h"
 #include "options/stored_value.h"
-#include "options/switch_value.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
 #include "runtime/trace.h"
@@ -144,17 +140,6 @@ NTSTATUS HandleLogSetting(OptionContext* context, const char* value, LogSettingK
   return ShowLogSetting(context, kind);
 }
 
-constexpr char kLogCounters[] = "logcounters";
-
-NTSTATUS PrintLogCounters(OptionContext* context, std::uint32_t enabled) {
-  if (enabled > 1) {
-    PrintDiagnostic("Unknown log counters value!\n");
-    return STATUS_UNSUCCESSFUL;
-  }
-  PrintValue(context, "%s=%s", kLogCounters, enabled != 0 ? "true" : "false");
-  return STATUS_SUCCESS;
-}
-
 }  // namespace
 
 NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason) {
@@ -206,43 +191,4 @@ NTSTATUS HandleLogInterval(OptionContext* context, const char* value) {
 
 NTSTATUS HandleLogDuration(OptionContext* context, const char* value) {
   return HandleLogSetting(context, value, LogSettingKind::Duration);
-}
-
-NTSTATUS HandleLogCounters(OptionContext* context, const char* value) {
-  if (context->set) {
-    std::uint32_t enabled = 0;
-    if (!ParseSwitchValue(value, &enabled)) {
-      PrintDiagnostic("\"%s\" is not a valid value for --logcounters\n", value);
-      return STATUS_INVALID_PARAMETER;
-    }
-    const NTSTATUS status = WriteU32Value(&value_names::kLogCounters, enabled);
-    if (!NT_SUCCESS(status)) {
-      PrintDiagnostic("Could not write log counters \"%s\" to config file\n", value);
-      return status;
-    }
-    if (enabled == 1) {
-      // Printed whatever the verbosity; not a counted result.
-      std::fputs(
-          "Logcounters Enabled.\nREMINDER: Run 'vantorctl -s --logcounters=false' to turn off telemetry logging, \n"
-          "          when you are done collecting telemetry data.\n",
-          stdout);
-    }
-    if (context->reload != nullptr) {
-      context->reload();  // its outcome does not change this handler's result
-    }
-    return context->verbose ? PrintLogCounters(context, enabled) : STATUS_SUCCESS;
-  }
-
-  if (context->del) {
-    return DeleteSettingValue(context, &value_names::kLogCounters, kLogCounters,
-                              "Could not delete log counters from config file\n");
-  }
-
-  std::uint32_t enabled = 0;
-  const NTSTATUS status = ReadU32Value(&value_names::kLogCounters, &enabled);
-  if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Failed to read log settings from config. Status: 0x%X\n", static_cast<unsigned>(status));
-    return status;
-  }
-  return PrintLogCounters(context, enabled);
 }

@@ -25,8 +25,9 @@ inline constexpr std::array<NamedValue, 3> kProtocols{{{0, "auto"}, {4, "ipv4"},
 // parser also takes them in any letter case, and "1" and "0".
 inline constexpr std::array<std::string_view, 2> kSwitchWords{"true", "false"};
 
-// Words of a comma-separated flag list and what each does to the mask.
-enum class WordAction : std::uint8_t { SetBits, ClearBits, ClearAll };
+// Words of a comma-separated flag list and what each does to the mask. A
+// ShowOnly word names a bit that a get prints but a set does not take.
+enum class WordAction : std::uint8_t { SetBits, ClearBits, ClearAll, ShowOnly };
 
 struct FlagWord {
   std::string_view word;
@@ -34,13 +35,18 @@ struct FlagWord {
   std::uint32_t bits;
 };
 
-// Input words only: disableOsfm and emulateUpdate are shown, never accepted.
-inline constexpr std::array<FlagWord, 3> kFeatureWords{{
+// A get prints the words of the set bits in this order.
+inline constexpr std::array<FlagWord, 5> kFeatureWords{{
     {"enableLog", WordAction::SetBits, 0x1},
     {"disableLogBuffer", WordAction::SetBits, 0x2},
+    {"disableOsfm", WordAction::ShowOnly, 0x10000},
+    {"emulateUpdate", WordAction::ShowOnly, 0x20000},
     {"none", WordAction::ClearAll, 0},
 }};
 
+// A get prints, for each provider bit in this order, its disable word when the
+// bit is set and its enable word when not; all four set print "disable", none
+// "enable".
 inline constexpr std::array<FlagWord, 10> kMetadataQueryWords{{
     {"disableAWS", WordAction::SetBits, 0x1},   {"enableAWS", WordAction::ClearBits, 0x1},
     {"disableAzure", WordAction::SetBits, 0x2}, {"enableAzure", WordAction::ClearBits, 0x2},
