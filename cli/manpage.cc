@@ -146,9 +146,9 @@ void PrintManPage(FILE* stream, const char* version) {
       "A value was refused, a setting could not be read, stored or deleted, the command line was\n"
       "wrong, or standard output could not be written.\n"
       ".SH FILES\n"
-      ".TP\n.I /opt/Marrowlight/vantorstore\n"
+      ".TP\n.I " VANTOR_VENDOR_DIR "/vantorstore\n"
       "The configuration store, shared with the sensor daemon.\n"
-      ".TP\n.I /opt/Marrowlight/Registry.bin\n"
+      ".TP\n.I " VANTOR_VENDOR_DIR "/Registry.bin\n"
       "The registry file, where the system tags are kept.\n"
       ".TP\n.I /proc/vantor_lsm_serviceable/systags\n"
       "The system tags of a running sensor, read first when present.\n",

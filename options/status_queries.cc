@@ -1,6 +1,8 @@
 // Sensor status queries: --version, --systags and the three RFM options. None of
-// them stores anything. --version and --systags print whole lines and leave
-// `remaining` alone; the RFM options end their output with the separator.
+// them changes a setting; --systags on a registry that holds no tag store yet
+// writes the registry file once, because opening the store creates it.
+// --version and --systags print whole lines and leave `remaining` alone; the
+// RFM options end their output with the separator.
 #include "options/status_queries.h"
 
 #include <unistd.h>

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "registry/registry_internal.h"
+#include "runtime/little_endian.h"
 #include "runtime/pool.h"
 #include "runtime/trace.h"
 
@@ -432,11 +433,7 @@ constexpr UNICODE_STRING kListName = TvConstantString(kSystemTagListName);
   }
   const auto* bytes = list.as<const std::uint8_t>();
   for (std::uint32_t offset = 0; offset + 8 <= listQuery.DataSize; offset += 8) {
-    std::uint64_t tag = 0;
-    for (std::uint32_t i = 0; i < 8; ++i) {
-      tag |= std::uint64_t{bytes[offset + i]} << (8 * i);
-    }
-    status = callback(tag, context);
+    status = callback(little_endian::Load<std::uint64_t>(bytes + offset), context);
     if (!NT_SUCCESS(status)) {
       return status;
     }

@@ -93,8 +93,9 @@ struct RegistryEnumeration {
 // not be called. Statuses per slot:
 //  1 OpenStore: find or create; STATUS_INVALID_HANDLE (registry not open),
 //    STATUS_TOO_LATE (closing), STATUS_INSUFFICIENT_RESOURCES. `created` optional.
-//  2,3,7,13 CloseStore/FlushStore/CloseCollection/CloseRecord: FlushRegistry()
-//    whatever the handle; the handle stays valid.
+//  2,3,7,13 CloseStore/FlushStore/CloseCollection/CloseRecord: each writes the
+//    whole registry back to its file (FlushRegistry), whatever the handle; the
+//    handle stays valid.
 //  4,8,14 DeleteStore/DeleteCollection/DeleteRecord: deletes the node and all
 //    below it; STATUS_SUCCESS; the handle is invalid afterwards.
 //  5,6 OpenCollectionEx/OpenCollection: find or create; an existing collection

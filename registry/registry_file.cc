@@ -34,7 +34,7 @@ constinit RundownGuard g_guard{};
 constinit UNICODE_STRING g_registryPath{0, 0, nullptr};
 constinit UNICODE_STRING g_tempPath{0, 0, nullptr};
 
-constexpr char16_t kDefaultRegistryPath[] = u"/opt/Marrowlight/Registry.bin";
+constexpr char16_t kDefaultRegistryPath[] = u"" VANTOR_VENDOR_DIR "/Registry.bin";
 constexpr UNICODE_STRING kTempSuffixString = TvConstantString(fmt::kTempSuffix);
 constexpr std::size_t kRuleLength = 92;
 constexpr auto kRule = [] {

@@ -1,6 +1,7 @@
-// UTF-16 to UTF-8 conversion and the GUID type. Only this direction exists at run
-// time: the tool's UTF-16 names are constants. A lone surrogate is never repaired;
-// the conversion fails with STATUS_UNSUCCESSFUL.
+// UTF-16 to UTF-8 conversion and the GUID type. A lone surrogate is never
+// repaired; the conversion fails with STATUS_UNSUCCESSFUL. The other direction
+// is needed only for directory entries and resolved paths, and stays private
+// to runtime/file.cc (NewUnicodeFromUtf8).
 #pragma once
 
 #include <cstddef>

@@ -30,7 +30,7 @@ namespace L = store_layout;
 constexpr std::uint32_t kComponent = TRACE_COMPONENT_CORE;
 constexpr std::uint32_t kImageBytes = static_cast<std::uint32_t>(L::kImageSize);
 
-constexpr UNICODE_STRING kVendorDirectory = TvConstantString(u"/opt/Marrowlight/");
+constexpr UNICODE_STRING kVendorDirectory = TvConstantString(u"" VANTOR_VENDOR_DIR "/");
 constexpr UNICODE_STRING kStoreFileName = TvConstantString(u"vantorstore");
 
 // Signals that end the process; held off while an image is written back.
@@ -524,7 +524,7 @@ UNICODE_STRING* BuildVendorPath(const UNICODE_STRING* subdirectory, const UNICOD
   if (total >= kUnicodeStringMaxBytes) {
     return nullptr;
   }
-  // An empty subdirectory counts as none: "/opt/Marrowlight//x" is not what a
+  // An empty subdirectory counts as none: "<vendor dir>//x" is not what a
   // caller passing "" means.
   const bool hasSubdirectory = subdirectory != nullptr && subdirectory->Length != 0;
   bool addSeparator = false;

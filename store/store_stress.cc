@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
     return RunWriter(static_cast<unsigned>(id), path);
   }
   if (argc >= 3 && argc <= 4 && std::strcmp(argv[1], "reader") == 0) {
-    return RunReader(argv[2], path != nullptr ? path : "/opt/Marrowlight/vantorstore");
+    return RunReader(argv[2], path != nullptr ? path : VANTOR_VENDOR_DIR "/vantorstore");
   }
   std::fprintf(stderr, "usage: store_stress writer <id> [store-path] | reader <stop-file> [store-path]\n");
   return 2;
