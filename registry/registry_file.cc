@@ -97,10 +97,9 @@ class Parser {
       const GUID key = TakeGuid();
       RegistryNode* store = nullptr;
       NTSTATUS status = provider_->OpenStore(&key, nullptr, &store);
-      if (!NT_SUCCESS(status)) {
-        return status;
+      if (NT_SUCCESS(status)) {
+        status = ParseCollections(store);
       }
-      status = ParseCollections(store);
       if (!NT_SUCCESS(status)) {
         return status;
       }
@@ -120,9 +119,10 @@ class Parser {
     return key;
   }
 
-  // Consumes a u16 length and that many bytes of UTF-16LE name into an aligned
-  // copy owned by `storage`.
+  // Consumes a type byte, a u16 length and that many bytes of UTF-16LE name
+  // into an aligned copy owned by `storage`.
   [[nodiscard]] NTSTATUS TakeName(PoolBuffer& storage, UNICODE_STRING* name) {
+    pos_ += fmt::kTypeBytes;
     if (Remaining() < fmt::kNameLengthBytes) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
@@ -149,10 +149,9 @@ class Parser {
       const GUID key = TakeGuid();
       RegistryNode* collection = nullptr;
       NTSTATUS status = provider_->OpenCollection(store, 0, &key, &collection);
-      if (!NT_SUCCESS(status)) {
-        return status;
+      if (NT_SUCCESS(status)) {
+        status = ParseRecords(collection);
       }
-      status = ParseRecords(collection);
       if (!NT_SUCCESS(status)) {
         return status;
       }
@@ -162,19 +161,16 @@ class Parser {
 
   [[nodiscard]] NTSTATUS ParseRecords(RegistryNode* collection) {
     while (At(fmt::kRecordEntry)) {
-      pos_ += fmt::kTypeBytes;
       PoolBuffer storage;
       UNICODE_STRING name{};
-      NTSTATUS status = TakeName(storage, &name);
-      if (!NT_SUCCESS(status)) {
-        return status;
-      }
       RegistryNode* record = nullptr;
-      status = provider_->CreateRecord(collection, &name, 0, &record, nullptr);
-      if (!NT_SUCCESS(status)) {
-        return status;
+      NTSTATUS status = TakeName(storage, &name);
+      if (NT_SUCCESS(status)) {
+        status = provider_->CreateRecord(collection, &name, 0, &record, nullptr);
       }
-      status = ParseAttributes(record);
+      if (NT_SUCCESS(status)) {
+        status = ParseAttributes(record);
+      }
       if (!NT_SUCCESS(status)) {
         return status;
       }
@@ -184,7 +180,6 @@ class Parser {
 
   [[nodiscard]] NTSTATUS ParseAttributes(RegistryNode* record) {
     while (At(fmt::kAttributeEntry)) {
-      pos_ += fmt::kTypeBytes;
       PoolBuffer storage;
       UNICODE_STRING name{};
       NTSTATUS status = TakeName(storage, &name);
