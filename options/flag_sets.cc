@@ -4,8 +4,9 @@
 //
 // Both options run through one parser and one get path, driven by a FlagOption
 // row (word table, stored value name, mask printer). What differs stays in the
-// two handlers: where the value is copied for splitting, the text for an unset
-// value, and whether --update signals the sensor.
+// two handlers: where the value is copied for splitting and the text for an
+// unset value. Whether --update signals the sensor is the settings row's
+// `reloads` (options/settings.cc).
 //
 // Only -s and -g reach these handlers (the option table refuses -d); any mode
 // other than set is served as a get.
@@ -17,6 +18,7 @@
 #include <string_view>
 
 #include "options/handlers.h"
+#include "options/settings.h"
 #include "options/stored_value.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
@@ -169,10 +171,10 @@ const char* ParseSwitchList(std::span<const FlagWord> words, char* list, std::ui
 
 // Set mode after the length check: `copy` is the caller's writable copy of
 // `value`, consumed by the split. Parses, writes the mask, signals the sensor
-// when `signal` is true and --update was given, and prints with -v.
-// STATUS_SUCCESS; STATUS_UNSUCCESSFUL for an unknown word; the store's status.
-NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const char* value, char* copy,
-                         bool signal) {
+// when the option's settings row reloads and --update was given, and prints
+// with -v. STATUS_SUCCESS; STATUS_UNSUCCESSFUL for an unknown word; the store's
+// status.
+NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const char* value, char* copy) {
   std::uint32_t mask = 0;
   if (const char* unknown = ParseSwitchList(option.words, copy, &mask); unknown != nullptr) {
     PrintDiagnostic("not a valid %s switch: %s\n", option.name, unknown);
@@ -183,7 +185,8 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
     PrintDiagnostic("Could not write %s \"%s\" to config\n", option.name, value);
     return status;
   }
-  if (signal && context->reload != nullptr) {
+  const Setting* row = FindSetting(option.name);
+  if (row != nullptr && row->reloads && context->reload != nullptr) {
     // The signal's own outcome does not change this handler's result.
     context->reload();
   }
@@ -227,7 +230,7 @@ NTSTATUS HandleFeature(OptionContext* context, const char* value) {
     return STATUS_NO_MEMORY;
   }
   std::memcpy(copy.get(), value, size);
-  return ApplySwitchList(context, kFeature, value, copy.as<char>(), /*signal=*/true);
+  return ApplySwitchList(context, kFeature, value, copy.as<char>());
 }
 
 NTSTATUS HandleMetadataQuery(OptionContext* context, const char* value) {
@@ -240,6 +243,5 @@ NTSTATUS HandleMetadataQuery(OptionContext* context, const char* value) {
   }
   char copy[kMaxListLength + 1];
   std::memcpy(copy, value, std::strlen(value) + 1);  // at most 256 bytes after the length check
-  // The metadata-query flags are read by the sensor at its next start; no signal.
-  return ApplySwitchList(context, kMetadataQuery, value, copy, /*signal=*/false);
+  return ApplySwitchList(context, kMetadataQuery, value, copy);
 }

@@ -74,7 +74,9 @@ constexpr std::array kSettings{
             .badStored = "pcpt=auto",
             .badStoredIsValue = true,
             .unsetText = "pcpt=auto"},
-    Setting{.option = "feature", .name = &names::kFeatureFlags, .form = SF::kFlagSet, .isProtected = false},
+    Setting{.option = "feature", .name = &names::kFeatureFlags, .form = SF::kFlagSet, .isProtected = false,
+            .reloads = true},
+    // Read by the sensor at its next start: no reload.
     Setting{.option = "metadata-query", .name = &names::kMetadataQueryFlags, .form = SF::kFlagSet,
             .isProtected = false},
     Setting{.option = "billing",

@@ -1,0 +1,309 @@
+# -*- coding: utf-8 -*-
+# Value handling shared by the vantorctl and vantorctl_info modules: the option
+# names, reading the tool's answers, normalising a task's values to what the
+# tool would store, and comparing them. Pure Python: no Ansible import, so the
+# unit tests run it directly. The modules never read the store file; every
+# value comes from a `vantorctl -g` run.
+from __future__ import absolute_import, division, print_function
+
+__metaclass__ = type
+
+import re
+
+from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS
+
+MASKED = "********"
+
+# option -> (modes, protected, reloads), from the tool's own table.
+_ROWS = dict((name, (modes, protected, reloads)) for name, modes, protected, reloads in OPTIONS)
+TABLE_ORDER = [name for name, _, _, _ in OPTIONS]
+
+# The stored settings a task may name, in the tool's table order. Status
+# queries (version, systags, rfm-*) are no settings.
+SETTINGS = [name for name in TABLE_ORDER if "s" in _ROWS[name][0] or name == "aid"]
+READABLE = [name for name in SETTINGS if "g" in _ROWS[name][0]]
+SETTABLE = [name for name in SETTINGS if "s" in _ROWS[name][0]]
+DELETABLE = [name for name in SETTINGS if "d" in _ROWS[name][0]]
+
+# How each setting's value is typed in a task and in the facts.
+BOOLEANS = ("apd", "fkm", "logcounters")
+INTEGERS = ("loginterval", "logduration")
+LISTS = ("tags", "feature", "metadata-query")
+IDENTIFIERS = ("cid", "aid")
+TOKEN = "provisioning-token"
+
+# What a setting that cannot be deleted goes back to when it was empty: the
+# value the sensor reads the same as an empty slot.
+DEFAULTS = {"pcpt": "auto", "feature": "none", "metadata-query": "enable"}
+
+# The tool's refusals of a protected value without -f, word for word.
+PROTECTED_SET = {
+    "cid": "CID is set, but -f was not specified",
+    "tags": "Sensor grouping tags are already set, but -f was not specified",
+    TOKEN: "Provisioning token is set, but -f was not specified",
+}
+PROTECTED_DELETE = {
+    "cid": "CID is set, but -f was not specified",
+    "aid": "AID is set, but -f was not specified",
+    "tags": "Sensor grouping tags are set, but -f was not specified",
+    TOKEN: "Provisioning token is set, but -f was not specified",
+}
+
+# A read that fails through exit status 1 yet only means "nothing stored".
+_NOT_SET_FAILURES = {
+    "cid": "CID is not set. Use vantorctl to set the CID",
+    "logcounters": "Failed to read log settings from config. Status: 0xC0000225",
+}
+
+_SWITCH_WORDS = {"true": True, "false": False, "1": True, "0": False}
+_HEX32 = re.compile(r"^[0-9a-fA-F]{32}$")
+
+
+class RefusedValue(ValueError):
+    """A value the tool would refuse, with the text to show."""
+
+
+def param_name(option):
+    return option.replace("-", "_")
+
+
+def option_name(param):
+    return param.replace("_", "-")
+
+
+def is_protected(option):
+    return _ROWS[option][1]
+
+
+def reloads(option):
+    return _ROWS[option][2]
+
+
+# ---------------------------------------------------------------------------
+# Identifiers: 16 bytes. The tool takes the checksum form (34 hexadecimal
+# digits, dashes anywhere, either case: the 33rd and 34th digits make the byte
+# sum 0 modulo 256) and prints 32 lowercase digits. A task may give either.
+
+def identifier_bytes(text):
+    """16 bytes of a cid in checksum or printed form; RefusedValue when neither."""
+    digits = text.replace("-", "")
+    if re.match(r"^[0-9a-fA-F]{34}$", digits):
+        raw = bytes.fromhex(digits[:32])
+        if (sum(raw) + int(digits[32:], 16)) & 0xFF != 0:
+            raise RefusedValue('"%s" failed checksum validation' % text)
+        return raw
+    if _HEX32.match(digits):
+        return bytes.fromhex(digits)
+    raise RefusedValue('"%s" is not valid value for checksum CID (CCID)' % text)
+
+
+def checksum_form(raw):
+    """The text the tool takes for these 16 bytes: 32 digits and their checksum."""
+    return raw.hex().upper() + "%02X" % ((-sum(raw)) & 0xFF)
+
+
+# ---------------------------------------------------------------------------
+# Provisioning token: a 64-bit number stored from text the way the tool parses
+# it: at least 8 characters, an even count, read as C's strtoull base 16 reads
+# it (leading blanks, a sign, an optional 0x, then digits up to the first
+# other character); 0, all ones and an overflow are refused.
+
+def parse_token(text):
+    """The number the tool would store, or None when it refuses the text."""
+    if len(text) < 8 or len(text) % 2 != 0:
+        return None
+    i = 0
+    while i < len(text) and text[i] in " \t\n\v\f\r":
+        i += 1
+    negative = False
+    if i < len(text) and text[i] in "+-":
+        negative = text[i] == "-"
+        i += 1
+    if text[i:i + 2].lower() == "0x" and i + 2 < len(text) and text[i + 2] in "0123456789abcdefABCDEF":
+        i += 2
+    start = i
+    while i < len(text) and text[i] in "0123456789abcdefABCDEF":
+        i += 1
+    if i == start:
+        return None
+    value = int(text[start:i], 16)
+    if value > 0xFFFFFFFFFFFFFFFF:
+        return None
+    if negative:
+        value = (-value) & 0xFFFFFFFFFFFFFFFF
+    if value == 0 or value == 0xFFFFFFFFFFFFFFFF:
+        return None
+    return value
+
+
+def token_text(value):
+    """Text the tool takes back for a stored token: hexadecimal, at least 8
+    digits, an even count."""
+    text = "%08x" % value
+    return text if len(text) % 2 == 0 else "0" + text
+
+
+# ---------------------------------------------------------------------------
+# Flag sets: a mask built from words applied left to right to 0.
+
+def words_mask(option, words):
+    mask = 0
+    table = dict((word, (action, bits)) for word, action, bits in FLAG_WORDS[option])
+    for word in words:
+        if word not in table or table[word][0] == "show":
+            raise RefusedValue("not a valid %s switch: %s" % (option, word))
+        action, bits = table[word]
+        if action == "set":
+            mask |= bits
+        elif action == "clear":
+            mask &= ~bits
+        else:
+            mask = 0
+    return mask
+
+
+def mask_words(option, mask):
+    """The typed form of a mask: the word of each set bit in table order
+    (single-bit words only), then any bits no word names in hexadecimal."""
+    words = []
+    left = mask
+    for word, action, bits in FLAG_WORDS[option]:
+        if action in ("set", "show") and bits and bits & (bits - 1) == 0 and mask & bits:
+            words.append(word)
+            left &= ~bits
+    if left:
+        words.append("0x%X" % left)
+    return words
+
+
+def mask_text(option, mask):
+    """Text the tool takes for a mask; None when a bit cannot be set by a word."""
+    words = []
+    covered = 0
+    for word, action, bits in FLAG_WORDS[option]:
+        if action == "set" and bits and bits & (bits - 1) == 0 and mask & bits:
+            words.append(word)
+            covered |= bits
+    if covered != mask:
+        return None
+    return ",".join(words) if words else DEFAULTS[option]
+
+
+# ---------------------------------------------------------------------------
+# Reading the tool's answers. Each read is its own `vantorctl -g --<option>`
+# run; stdout ends with the value line and the run's newline. Log lines of a
+# run moved into the host's namespaces come first, so the last line counts.
+
+class ReadError(Exception):
+    """A read that failed for a reason other than 'nothing stored'."""
+
+
+def _last_line(stdout):
+    lines = [line for line in stdout.split("\n") if line.strip()]
+    return lines[-1] if lines else ""
+
+
+def parse_get(option, rc, stdout, stderr):
+    """The stored value of `option` from one get run, as stored text (a mask
+    or a token as int, an identifier as 32 digits), or None when nothing is
+    stored. ReadError for any other failure."""
+    if rc != 0:
+        expected = _NOT_SET_FAILURES.get(option)
+        if expected is not None and expected in stderr.split("\n"):
+            return None
+        raise ReadError(stderr.strip() or stdout.strip() or "vantorctl -g --%s failed (exit %d)" % (option, rc))
+    line = _last_line(stdout)
+    if not line.endswith("."):
+        raise ReadError("unexpected answer to -g --%s: %r" % (option, stdout))
+    line = line[:-1]
+    if line == "%s is not set" % option:
+        return None
+    if option == "tags" and line == "Sensor grouping tags are not set":
+        return None
+    if option in INTEGERS:
+        word = option[3:]
+        if re.match(r"^log %s is not set\. Default value is \d+ seconds$" % word, line):
+            return None
+        found = re.match(r"^log %s=(\d+) seconds$" % word, line)
+        if found:
+            return int(found.group(1))
+    prefix = option + "="
+    if not line.startswith(prefix):
+        raise ReadError("unexpected answer to -g --%s: %r" % (option, stdout))
+    text = line[len(prefix):]
+    if option in LISTS and option != "tags":
+        if text.endswith(" (unset default)"):
+            return None
+        found = re.match(r"^.* \(hex bitmask: ([0-9a-f]+)\)$", text)
+        if not found:
+            raise ReadError("unexpected answer to -g --%s: %r" % (option, stdout))
+        return int(found.group(1), 16)
+    if option in IDENTIFIERS:
+        found = re.match(r'^"([0-9a-f]{32})"$', text)
+        if not found:
+            raise ReadError("unexpected answer to -g --%s: %r" % (option, stdout))
+        return found.group(1)
+    if option == TOKEN:
+        return int(text, 16)
+    return text
+
+
+def typed(option, stored, show_secrets=False):
+    """The facts' form of a stored value (see the vantorctl_info RETURN)."""
+    if stored is None:
+        return None
+    if option in BOOLEANS:
+        return stored.lower() == "true"
+    if option == "app" or option in INTEGERS:
+        return int(stored) if re.match(r"^\d+$", str(stored)) else stored
+    if option == "tags":
+        return stored.split(",")
+    if option in LISTS:
+        return mask_words(option, stored)
+    if option == TOKEN:
+        return token_text(stored) if show_secrets else MASKED
+    return stored
+
+
+# ---------------------------------------------------------------------------
+# A task's value, normalised to what the tool would store (comparable with
+# parse_get's result), and the text to write it with.
+
+def desired(option, value):
+    """(stored form, text for --<option>=) of a task's value; RefusedValue for
+    a value this module can tell is refused."""
+    if option in IDENTIFIERS:
+        raw = identifier_bytes(value)
+        digits = value.replace("-", "")
+        return raw.hex(), value if len(digits) == 34 else checksum_form(raw)
+    if option == TOKEN:
+        number = parse_token(value)
+        # A text the tool refuses compares unequal and is left to the tool.
+        return number, value
+    if option in BOOLEANS:
+        text = "true" if value else "false"
+        return ("true" if value else "false") if option == "logcounters" else text.upper(), text
+    if option in INTEGERS or option == "app":
+        return str(value) if option == "app" else int(value), str(value)
+    if option == "tags":
+        if not value:
+            raise RefusedValue("an empty tags list does not delete the tags: list tags under absent")
+        text = ",".join(value)
+        return text, text
+    if option in LISTS:
+        mask = words_mask(option, value)
+        return mask, ",".join(value) if value else DEFAULTS[option]
+    return value, value
+
+
+def write_back_text(option, stored):
+    """Text that writes `stored` (parse_get's form) back, or None."""
+    if option in IDENTIFIERS:
+        return checksum_form(bytes.fromhex(stored))
+    if option == TOKEN:
+        return token_text(stored)
+    if option in BOOLEANS:
+        return str(stored).lower()
+    if option in LISTS and option != "tags":
+        return mask_text(option, stored)
+    return str(stored)
