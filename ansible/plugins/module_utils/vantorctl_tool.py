@@ -127,9 +127,9 @@ def apply(tool, steps, force, reload):
                 lost.append("%s (%s)" % (earlier.option, problem))
         msg = err.strip() or "vantorctl failed with exit status %d" % rc
         if restored:
-            msg += "; put back: %s" % ", ".join(restored)
+            msg += "\nPut back: %s" % ", ".join(restored)
         elif not lost:
-            msg += "; nothing to put back"
+            msg += "\nNothing to put back."
         if lost:
-            msg += "; could not put back: %s" % ", ".join(lost)
+            msg += "\nCould not put back: %s" % ", ".join(lost)
         raise TaskFailed(msg, rc, out, err)

@@ -1,0 +1,220 @@
+# Unit tests of the collection's value handling: reading each of the tool's
+# answers, normalising and comparing a task's values, planning the changes and
+# putting them back. Run by ansible/tests/run unit (python3 -m unittest).
+import atexit
+import os
+import shutil
+import sys
+import tempfile
+import unittest
+
+try:
+    import ansible.module_utils.basic  # noqa: F401
+    HAVE_ANSIBLE = True
+except ImportError:
+    HAVE_ANSIBLE = False
+
+# Importable as the collection: <tmp>/ansible_collections/marrowlight/vantor -> ansible/.
+_root = tempfile.mkdtemp(prefix="vantor-collection-")
+atexit.register(shutil.rmtree, _root)
+os.makedirs(os.path.join(_root, "ansible_collections", "marrowlight"))
+for package in ("ansible_collections", os.path.join("ansible_collections", "marrowlight")):
+    open(os.path.join(_root, package, "__init__.py"), "w").close()
+os.symlink(os.path.abspath(os.path.join(os.path.dirname(__file__), "..", "..")),
+           os.path.join(_root, "ansible_collections", "marrowlight", "vantor"))
+sys.path.insert(0, _root)
+
+from ansible_collections.marrowlight.vantor.plugins.module_utils import vantorctl_tool as tool_mod  # noqa: E402
+from ansible_collections.marrowlight.vantor.plugins.module_utils import vantorctl_values as v  # noqa: E402
+
+CID = "00112233445566778899aabbccddeeff"
+CID_CHECKSUM = "00112233-4455-6677-8899-AABBCCDDEEFF-08"
+
+
+class ReadingAnswers(unittest.TestCase):
+    def get(self, option, stdout, rc=0, stderr=""):
+        return v.parse_get(option, rc, stdout, stderr)
+
+    def test_values(self):
+        cases = [
+            ("cid", 'cid="%s".\n' % CID, CID),
+            ("apd", "apd=TRUE.\n", "TRUE"),
+            ("aph", "aph=proxy.example.net.\n", "proxy.example.net"),
+            ("app", "app=abc.\n", "abc"),
+            ("pcpt", "pcpt=auto.\n", "auto"),
+            ("feature", "feature=enableLog,disableLogBuffer (hex bitmask: 3).\n", 3),
+            ("feature", "feature= (hex bitmask: 0).\n", 0),
+            ("metadata-query", "metadata-query=enable (hex bitmask: 0).\n", 0),
+            ("metadata-query", "metadata-query=disableAWS,enableAzure,disableGCP,enableOCI (hex bitmask: 5).\n", 5),
+            ("tags", "tags=a,b/c.\n", "a,b/c"),
+            ("provisioning-token", "provisioning-token=0012ab34.\n", 0x12AB34),
+            ("logcounters", "logcounters=false.\n", "false"),
+            ("loginterval", "log interval=60 seconds.\n", 60),
+            # Log lines of a run moved into the host's namespaces come first.
+            ("trace", "2026-11-24 10:00:00 vantorctl: joined\ntrace=info.\n", "info"),
+        ]
+        for option, stdout, stored in cases:
+            with self.subTest(option=option, stdout=stdout):
+                self.assertEqual(self.get(option, stdout), stored)
+
+    def test_nothing_stored(self):
+        for option, stdout in [("apd", "apd is not set.\n"), ("tags", "Sensor grouping tags are not set.\n"),
+                               ("metadata-query", "metadata-query=enable (unset default).\n"),
+                               ("feature", "feature is not set.\n"),
+                               ("logduration", "log duration is not set. Default value is 3600 seconds.\n")]:
+            with self.subTest(option=option):
+                self.assertIsNone(self.get(option, stdout))
+        usage = "Run 'vantorctl -h' OR 'vantorctl --help' for usage help\n"
+        self.assertIsNone(self.get("cid", "\n", 1, "CID is not set. Use vantorctl to set the CID\n"
+                                   "ERROR: failed to process the option --cid\n" + usage))
+        self.assertIsNone(self.get("logcounters", "\n", 1, "Failed to read log settings from config. "
+                                   "Status: 0xC0000225\nERROR: failed to process the option --logcounters\n"))
+
+    def test_failures(self):
+        # Another status of the same read, a failure of an option that has no
+        # "not set" failure, and an answer of an unknown shape.
+        with self.assertRaisesRegex(v.ReadError, "0xC0000001"):
+            self.get("logcounters", "\n", 1, "Failed to read log settings from config. Status: 0xC0000001\n")
+        with self.assertRaisesRegex(v.ReadError, "Could not read app proxy disable"):
+            self.get("apd", "\n", 1, "Could not read app proxy disable from config file\n")
+        with self.assertRaises(v.ReadError):
+            self.get("aph", "host=x.\n")
+        with self.assertRaises(v.ReadError):
+            self.get("cid", 'cid="0011".\n')
+
+
+class Values(unittest.TestCase):
+    def test_identifier_spellings_are_one_value(self):
+        for text in (CID_CHECKSUM, CID_CHECKSUM.lower().replace("-", ""), CID, CID.upper()):
+            with self.subTest(text=text):
+                self.assertEqual(v.desired("cid", text)[0], CID)
+        self.assertEqual(v.desired("cid", CID)[1], "00112233445566778899AABBCCDDEEFF08")
+        with self.assertRaisesRegex(v.RefusedValue, "failed checksum validation"):
+            v.identifier_bytes("00112233445566778899AABBCCDDEEFF09")
+        with self.assertRaisesRegex(v.RefusedValue, "not valid value for checksum CID"):
+            v.identifier_bytes("0011")
+
+    def test_checksum_form_round_trip(self):
+        for raw in (bytes(16), bytes(range(16)), b"\xff" * 16):
+            self.assertEqual(v.identifier_bytes(v.checksum_form(raw)), raw)
+
+    def test_token_parsed_as_the_tool_parses_it(self):
+        cases = [
+            ("12ab34cd", 0x12AB34CD), ("12AB34CD", 0x12AB34CD), ("0x12345678", 0x12345678),
+            (" 1234567", 0x1234567), ("12ab34cdzz", 0x12AB34CD), ("-0000002", 2 ** 64 - 2),
+            ("1234567", None), ("00000000", None), ("ffffffffffffffff", None), ("-0000001", None),
+            ("1" + "0" * 17, None), ("zz345678", None), ("0x" + "g" * 8, None),  # strtoull reads the 0 alone
+        ]
+        for text, number in cases:
+            with self.subTest(text=text):
+                self.assertEqual(v.parse_token(text), number)
+        for number in (1, 0x12AB34CD, 0x123456789, 2 ** 64 - 2):
+            self.assertEqual(v.parse_token(v.token_text(number)), number)
+
+    def test_flag_sets(self):
+        self.assertEqual(v.words_mask("metadata-query", ["disableAWS", "disableGCP"]), 5)
+        self.assertEqual(v.words_mask("metadata-query", ["disable", "enableAzure"]), 0xD)
+        self.assertEqual(v.words_mask("feature", ["enableLog", "none"]), 0)
+        with self.assertRaisesRegex(v.RefusedValue, "not a valid feature switch: disableOsfm"):
+            v.words_mask("feature", ["disableOsfm"])
+        self.assertEqual(v.mask_words("feature", 0x10001), ["enableLog", "disableOsfm"])
+        self.assertEqual(v.mask_words("metadata-query", 0xF), ["disableAWS", "disableAzure", "disableGCP",
+                                                               "disableOCI"])
+        self.assertEqual(v.mask_words("metadata-query", 0x21), ["disableAWS", "0x20"])
+        self.assertEqual(v.mask_text("metadata-query", 0), "enable")
+        self.assertEqual(v.mask_text("feature", 3), "enableLog,disableLogBuffer")
+        self.assertIsNone(v.mask_text("feature", 0x10000))
+        self.assertEqual(v.desired("feature", []), (0, "none"))
+
+    def test_stored_forms(self):
+        self.assertEqual(v.desired("apd", True), ("TRUE", "true"))
+        self.assertEqual(v.desired("logcounters", False), ("false", "false"))
+        self.assertEqual(v.desired("app", 8080), ("8080", "8080"))
+        self.assertEqual(v.desired("tags", ["web", "prod/eu"]), ("web,prod/eu", "web,prod/eu"))
+        with self.assertRaisesRegex(v.RefusedValue, "absent"):
+            v.desired("tags", [])
+        self.assertEqual(v.typed("app", "abc"), "abc")
+        self.assertEqual(v.typed("provisioning-token", 5), v.MASKED)
+        self.assertEqual(v.typed("provisioning-token", 5, show_secrets=True), "00000005")
+
+
+class ScriptedTool:
+    """Plays vantorctl's writes: each run answers rc 0 unless its option is in
+    `refuse`; records every argv."""
+
+    def __init__(self, refuse=(), stderr=""):
+        self.runs = []
+        self.refuse = refuse
+        self.stderr = stderr
+
+    def __call__(self, argv):
+        self.runs.append(argv[1:])
+        option = argv[-1].lstrip("-").split("=")[0] if argv[-1] != "--update" else argv[-2].lstrip("-").split("=")[0]
+        if option in self.refuse:
+            return 1, "\n", "refused %s\n" % option
+        return 0, "\n", self.stderr
+
+
+class PlanAndApply(unittest.TestCase):
+    def test_order_and_protection(self):
+        current = {"aid": "a" * 32, "tags": "x", "cid": None, "trace": "info", "aph": "h"}
+        wanted = {"trace": ("warn", "warn"), "cid": (CID, "C")}
+        steps = tool_mod.plan(current, wanted, ["aid", "tags", "aph"], force=True)
+        self.assertEqual([(s.option, s.text) for s in steps],
+                         [("cid", "C"), ("trace", "warn"), ("aph", None), ("tags", None), ("aid", None)])
+        self.assertEqual(tool_mod.plan(current, {"trace": ("info", "info")}, [], False), [])
+        with self.assertRaisesRegex(tool_mod.TaskFailed, "^Sensor grouping tags are set, but -f"):
+            tool_mod.plan(current, {}, ["tags"], force=False)
+        with self.assertRaisesRegex(tool_mod.TaskFailed, "^Sensor grouping tags are already set, but -f"):
+            tool_mod.plan(current, {"tags": ("y", "y")}, [], force=False)
+        # An equal protected value needs no force.
+        self.assertEqual(tool_mod.plan(current, {"tags": ("x", "x")}, [], force=False), [])
+
+    def test_failure_puts_back_every_earlier_change(self):
+        current = {"cid": "ff" * 16, "pcpt": None, "trace": "info", "billing": None, "tags": "x"}
+        wanted = {"cid": (CID, "C"), "pcpt": ("ipv6", "ipv6"), "trace": ("warn", "warn"),
+                  "billing": ("metered", "metered"), "tags": ("bad tag", "bad tag")}
+        steps = tool_mod.plan(current, wanted, [], force=True)
+        runner = ScriptedTool(refuse=("tags",))
+        with self.assertRaises(tool_mod.TaskFailed) as failed:
+            tool_mod.apply(tool_mod.Tool(runner, "vantorctl"), steps, force=True, reload=True)
+        self.assertEqual(failed.exception.rc, 1)
+        self.assertEqual(failed.exception.msg, "refused tags\nPut back: billing, pcpt, trace, cid")
+        self.assertEqual(runner.runs[5:], [
+            ["-d", "-f", "--billing"],
+            ["-s", "--pcpt=auto"],
+            ["-s", "--trace=info", "--update"],  # the sensor was told of the change, so of its undoing too
+            ["-s", "-f", "--cid=" + v.checksum_form(b"\xff" * 16)],
+        ])
+
+    def test_signal_failure_is_a_warning(self):
+        runner = ScriptedTool(stderr="Failed to get vantor PID from PID file /var/run/vantor-sensor.pid: "
+                                     "No such file or directory\n")
+        tool = tool_mod.Tool(runner, "vantorctl")
+        tool_mod.apply(tool, tool_mod.plan({"trace": None, "apd": None},
+                                           {"trace": ("err", "err"), "apd": ("TRUE", "true")}, [], False),
+                       force=False, reload=True)
+        self.assertEqual(runner.runs, [["-s", "--apd=true"], ["-s", "--trace=err", "--update"]])
+        self.assertEqual(len(tool.warnings), 1)
+        self.assertIn("trace was stored, but the sensor was not signalled", tool.warnings[0])
+
+
+@unittest.skipUnless(HAVE_ANSIBLE, "ansible is not installed")
+class Documentation(unittest.TestCase):
+    def test_options_match_the_argument_spec(self):
+        import yaml
+        from ansible_collections.marrowlight.vantor.plugins.modules import vantorctl as module
+        documented = yaml.safe_load(module.DOCUMENTATION)["options"]
+        spec = module._argument_spec()
+        self.assertEqual(sorted(documented), sorted(spec))
+        for name, entry in spec.items():
+            with self.subTest(option=name):
+                self.assertEqual(documented[name]["type"], entry["type"])
+                self.assertEqual(documented[name].get("choices"), entry.get("choices"))
+                self.assertEqual(documented[name].get("elements"), entry.get("elements"))
+                self.assertEqual(documented[name].get("default"), entry.get("default"))
+        self.assertTrue(spec["provisioning_token"]["no_log"])
+
+
+if __name__ == "__main__":
+    unittest.main()
