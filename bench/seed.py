@@ -1,7 +1,11 @@
 #!/usr/bin/env python3
-"""Seeds for the growth measurements of bench/run.
+"""Seeds for the growth measurements of bench/run and the simulated fleet of
+ansible/tests/fleet.
 
   seed.py fill-store PATH        use every free slot of the store at PATH
+  seed.py rfm PATH REASON        put the sensor in reduced functionality mode:
+                                 an RFM history of one entry (kernel backend, in RFM,
+                                 REASON a hexadecimal code)
   seed.py registry PATH COUNT    a registry file whose system-tag record
                                  holds COUNT tags (in its list attribute)
 
@@ -15,23 +19,38 @@ import sys
 SLOT_SIZE, SLOTS = 282, 28
 
 
-def fill_store(path):
+def free_slots(image):
+    return [slot for slot in range(1, SLOTS + 1) if struct.unpack_from("<H", image, SLOT_SIZE * slot)[0] == 0]
+
+
+def put(image, slot, name, data):
+    at = SLOT_SIZE * slot
+    encoded = name.encode("utf-16-le")
+    struct.pack_into("<H", image, at, len(encoded))
+    image[at + 2:at + 2 + len(encoded)] = encoded
+    struct.pack_into("<H", image, at + 24, len(data))
+    image[at + 26:at + 26 + len(data)] = data
+
+
+def rewrite(path, change):
     with open(path, "r+b") as f:
         image = bytearray(f.read())
-        filled = 0
-        for slot in range(1, SLOTS + 1):
-            at = SLOT_SIZE * slot
-            if struct.unpack_from("<H", image, at)[0] != 0:
-                continue
-            name = ("Fill%02d" % slot).encode("utf-16-le")
-            struct.pack_into("<H", image, at, len(name))
-            image[at + 2:at + 2 + len(name)] = name
-            struct.pack_into("<H", image, at + 24, 256)
-            image[at + 26:at + 26 + 256] = bytes([slot]) * 256
-            filled += 1
+        change(image)
         f.seek(0)
         f.write(image)
-    print("filled %d free slots" % filled, file=sys.stderr)
+
+
+def fill_store(path):
+    def fill(image):
+        slots = free_slots(image)
+        for slot in slots:
+            put(image, slot, "Fill%02d" % slot, bytes([slot]) * 256)
+        print("filled %d free slots" % len(slots), file=sys.stderr)
+    rewrite(path, fill)
+
+
+def rfm(path, reason):
+    rewrite(path, lambda image: put(image, free_slots(image)[0], "RFMHistory", struct.pack("<III", 0, 1, reason)))
 
 
 def named(text):
@@ -57,7 +76,9 @@ def registry(path, count):
 if __name__ == "__main__":
     if sys.argv[1] == "fill-store":
         fill_store(sys.argv[2])
+    elif sys.argv[1] == "rfm":
+        rfm(sys.argv[2], int(sys.argv[3], 16))
     elif sys.argv[1] == "registry":
         registry(sys.argv[2], int(sys.argv[3]))
     else:
-        sys.exit("usage: seed.py fill-store PATH | registry PATH COUNT")
+        sys.exit("usage: seed.py fill-store PATH | rfm PATH REASON | registry PATH COUNT")

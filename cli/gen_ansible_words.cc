@@ -35,6 +35,28 @@ const char* ActionName(value_sets::WordAction action) {
   return "?";
 }
 
+const char* FormName(SettingForm form) {
+  switch (form) {
+    case SettingForm::kText:
+      return "text";
+    case SettingForm::kSwitch:
+      return "switch";
+    case SettingForm::kNamed:
+      return "named";
+    case SettingForm::kIdentifier:
+      return "identifier";
+    case SettingForm::kToken:
+      return "token";
+    case SettingForm::kTagList:
+      return "tag_list";
+    case SettingForm::kFlagSet:
+      return "flag_set";
+    case SettingForm::kSeconds:
+      return "seconds";
+  }
+  return "?";
+}
+
 void PrintFlagWords(const char* option, std::span<const value_sets::FlagWord> words) {
   Out("    \"%s\": (\n", option);
   for (const value_sets::FlagWord& word : words) {
@@ -53,19 +75,31 @@ int main() {
       "# differs from what they give. To regenerate:\n"
       "#   build/release/cli/gen_ansible_words > ansible/plugins/module_utils/vantorctl_words.py\n\n");
   Out("TOOL_VERSION = \"%s\"\n\n", VANTOR_VERSION);
-  Out("# (option, modes, protected, reloads) in the order the tool runs them;\n"
-      "# modes holds s (set), g (get) and d (delete).\n"
+  Out("# (option, modes, form, protected, reloads) in the order the tool runs\n"
+      "# them; modes holds s (set), g (get) and d (delete); form is how a stored\n"
+      "# setting's value is kept, None for a query of the sensor's state.\n"
       "OPTIONS = (\n");
   for (const OptionEntry& entry : OptionTable()) {
     if (entry.handler == nullptr) continue;  // --update and --help are no settings
     const std::uint8_t modes = entry.allowedModes;
     const Setting* setting = FindSetting(entry.longOption.name);
-    Out("    (\"%s\", \"%s%s%s\", %s, %s),\n", entry.longOption.name, (modes & kModeSet) != 0 ? "s" : "",
-        (modes & kModeGet) != 0 ? "g" : "", (modes & kModeDelete) != 0 ? "d" : "",
-        setting != nullptr && setting->isProtected ? "True" : "False",
-        setting != nullptr && setting->reloads ? "True" : "False");
+    Out("    (\"%s\", \"%s%s%s\", ", entry.longOption.name, (modes & kModeSet) != 0 ? "s" : "",
+        (modes & kModeGet) != 0 ? "g" : "", (modes & kModeDelete) != 0 ? "d" : "");
+    if (setting == nullptr) {
+      Out("None, False, False),\n");
+      continue;
+    }
+    Out("\"%s\", %s, %s),\n", FormName(setting->form), setting->isProtected ? "True" : "False",
+        setting->reloads ? "True" : "False");
   }
-  Out(")\n\n# The words of each option whose value comes from a closed set.\nCHOICES = {\n");
+  Out(")\n\n# How a get prints a stored switch: (false, true).\nSWITCH_TEXTS = {\n");
+  for (const Setting& setting : Settings()) {
+    if (setting.form == SettingForm::kSwitch) {
+      Out("    \"%s\": (\"%s\", \"%s\"),\n", setting.option, setting.falseText, setting.trueText);
+    }
+  }
+  Out("}\n");
+  Out("\n# The words of each option whose value comes from a closed set.\nCHOICES = {\n");
   for (const OptionEntry& entry : OptionTable()) {
     bool any = false;
     ForEachValueWord(entry.longOption.val, [&](std::string_view word) {

@@ -10,27 +10,31 @@ __metaclass__ = type
 
 import re
 
-from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS
+from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS, SWITCH_TEXTS
 
 MASKED = "********"
 
-# option -> (modes, protected, reloads), from the tool's own table.
-_ROWS = dict((name, (modes, protected, reloads)) for name, modes, protected, reloads in OPTIONS)
-TABLE_ORDER = [name for name, _, _, _ in OPTIONS]
+# option -> (modes, form, protected, reloads), from the tool's own table.
+_ROWS = dict((row[0], row[1:]) for row in OPTIONS)
+TABLE_ORDER = [row[0] for row in OPTIONS]
+_FORM = dict((option, row[1]) for option, row in _ROWS.items())
 
-# The stored settings a task may name, in the tool's table order. Status
-# queries (version, systags, rfm-*) are no settings.
-SETTINGS = [name for name in TABLE_ORDER if "s" in _ROWS[name][0] or name == "aid"]
+# The stored settings a task may name, in the tool's table order. Queries of
+# the sensor's state (version, systags, rfm-*) have no form.
+SETTINGS = [name for name in TABLE_ORDER if _FORM[name] is not None]
 READABLE = [name for name in SETTINGS if "g" in _ROWS[name][0]]
 SETTABLE = [name for name in SETTINGS if "s" in _ROWS[name][0]]
 DELETABLE = [name for name in SETTINGS if "d" in _ROWS[name][0]]
 
-# How each setting's value is typed in a task and in the facts.
-BOOLEANS = ("apd", "fkm", "logcounters")
-INTEGERS = ("loginterval", "logduration")
-LISTS = ("tags", "feature", "metadata-query")
-IDENTIFIERS = ("cid", "aid")
+# How each setting's value is typed in a task and in the facts. The proxy
+# port is kept as text by the tool, yet is a number to a playbook.
+BOOLEANS = [name for name in SETTINGS if _FORM[name] == "switch"]
+INTEGERS = [name for name in SETTINGS if _FORM[name] == "seconds"]
+FLAG_SETS = [name for name in SETTINGS if _FORM[name] == "flag_set"]
+LISTS = [name for name in SETTINGS if _FORM[name] in ("flag_set", "tag_list")]
+IDENTIFIERS = [name for name in SETTINGS if _FORM[name] == "identifier"]
 TOKEN = "provisioning-token"
+PORT = "app"
 
 # What a setting that cannot be deleted goes back to when it was empty: the
 # value the sensor reads the same as an empty slot.
@@ -72,11 +76,11 @@ def option_name(param):
 
 
 def is_protected(option):
-    return _ROWS[option][1]
+    return _ROWS[option][2]
 
 
 def reloads(option):
-    return _ROWS[option][2]
+    return _ROWS[option][3]
 
 
 # ---------------------------------------------------------------------------
@@ -221,7 +225,7 @@ def parse_get(option, rc, stdout, stderr):
     if option == "tags" and line == "Sensor grouping tags are not set":
         return None
     if option in INTEGERS:
-        word = option[3:]
+        word = option[3:]  # "log interval", "log duration"
         if re.match(r"^log %s is not set\. Default value is \d+ seconds$" % word, line):
             return None
         found = re.match(r"^log %s=(\d+) seconds$" % word, line)
@@ -231,7 +235,7 @@ def parse_get(option, rc, stdout, stderr):
     if not line.startswith(prefix):
         raise ReadError("unexpected answer to -g --%s: %r" % (option, stdout))
     text = line[len(prefix):]
-    if option in LISTS and option != "tags":
+    if option in FLAG_SETS:
         if text.endswith(" (unset default)"):
             return None
         found = re.match(r"^.* \(hex bitmask: ([0-9a-f]+)\)$", text)
@@ -253,13 +257,13 @@ def typed(option, stored, show_secrets=False):
     if stored is None:
         return None
     if option in BOOLEANS:
-        return stored.lower() == "true"
-    if option == "app" or option in INTEGERS:
+        return stored == SWITCH_TEXTS[option][1]
+    if option == PORT or option in INTEGERS:
         return int(stored) if re.match(r"^\d+$", str(stored)) else stored
-    if option == "tags":
-        return stored.split(",")
-    if option in LISTS:
+    if option in FLAG_SETS:
         return mask_words(option, stored)
+    if option in LISTS:
+        return stored.split(",")
     if option == TOKEN:
         return token_text(stored) if show_secrets else MASKED
     return stored
@@ -281,18 +285,20 @@ def desired(option, value):
         # A text the tool refuses compares unequal and is left to the tool.
         return number, value
     if option in BOOLEANS:
-        text = "true" if value else "false"
-        return ("true" if value else "false") if option == "logcounters" else text.upper(), text
-    if option in INTEGERS or option == "app":
-        return str(value) if option == "app" else int(value), str(value)
-    if option == "tags":
-        if not value:
-            raise RefusedValue("an empty tags list does not delete the tags: list tags under absent")
-        text = ",".join(value)
-        return text, text
-    if option in LISTS:
+        return SWITCH_TEXTS[option][1 if value else 0], "true" if value else "false"
+    if option == PORT:
+        return str(value), str(value)
+    if option in INTEGERS:
+        return int(value), str(value)
+    if option in FLAG_SETS:
         mask = words_mask(option, value)
         return mask, ",".join(value) if value else DEFAULTS[option]
+    if option in LISTS:
+        if not value:
+            raise RefusedValue("an empty %s list does not delete the %s: list %s under absent"
+                               % (param_name(option), param_name(option), param_name(option)))
+        text = ",".join(value)
+        return text, text
     return value, value
 
 
@@ -303,7 +309,7 @@ def write_back_text(option, stored):
     if option == TOKEN:
         return token_text(stored)
     if option in BOOLEANS:
-        return str(stored).lower()
-    if option in LISTS and option != "tags":
+        return "true" if stored == SWITCH_TEXTS[option][1] else "false"
+    if option in FLAG_SETS:
         return mask_text(option, stored)
     return str(stored)

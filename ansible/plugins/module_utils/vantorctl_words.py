@@ -5,32 +5,40 @@
 
 TOOL_VERSION = "1.0.0.0"
 
-# (option, modes, protected, reloads) in the order the tool runs them;
-# modes holds s (set), g (get) and d (delete).
+# (option, modes, form, protected, reloads) in the order the tool runs
+# them; modes holds s (set), g (get) and d (delete); form is how a stored
+# setting's value is kept, None for a query of the sensor's state.
 OPTIONS = (
-    ("cid", "sgd", True, False),
-    ("aid", "gd", True, False),
-    ("apd", "sgd", False, False),
-    ("aph", "sgd", False, False),
-    ("app", "sgd", False, False),
-    ("trace", "sgd", False, True),
-    ("pcpt", "sg", False, False),
-    ("feature", "sg", False, True),
-    ("metadata-query", "sg", False, False),
-    ("version", "g", False, False),
-    ("billing", "sgd", False, False),
-    ("tags", "sgd", True, False),
-    ("provisioning-token", "sgd", True, False),
-    ("systags", "g", False, False),
-    ("backend", "sgd", False, False),
-    ("rfm-state", "g", False, False),
-    ("rfm-reason", "g", False, False),
-    ("rfm-history", "g", False, False),
-    ("fkm", "sgd", False, False),
-    ("logcounters", "sgd", False, True),
-    ("loginterval", "sgd", False, False),
-    ("logduration", "sgd", False, False),
+    ("cid", "sgd", "identifier", True, False),
+    ("aid", "gd", "identifier", True, False),
+    ("apd", "sgd", "switch", False, False),
+    ("aph", "sgd", "text", False, False),
+    ("app", "sgd", "text", False, False),
+    ("trace", "sgd", "text", False, True),
+    ("pcpt", "sg", "named", False, False),
+    ("feature", "sg", "flag_set", False, True),
+    ("metadata-query", "sg", "flag_set", False, False),
+    ("version", "g", None, False, False),
+    ("billing", "sgd", "named", False, False),
+    ("tags", "sgd", "tag_list", True, False),
+    ("provisioning-token", "sgd", "token", True, False),
+    ("systags", "g", None, False, False),
+    ("backend", "sgd", "named", False, False),
+    ("rfm-state", "g", None, False, False),
+    ("rfm-reason", "g", None, False, False),
+    ("rfm-history", "g", None, False, False),
+    ("fkm", "sgd", "switch", False, False),
+    ("logcounters", "sgd", "switch", False, True),
+    ("loginterval", "sgd", "seconds", False, False),
+    ("logduration", "sgd", "seconds", False, False),
 )
+
+# How a get prints a stored switch: (false, true).
+SWITCH_TEXTS = {
+    "apd": ("FALSE", "TRUE"),
+    "fkm": ("FALSE", "TRUE"),
+    "logcounters": ("false", "true"),
+}
 
 # The words of each option whose value comes from a closed set.
 CHOICES = {

@@ -184,7 +184,7 @@ from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool 
     TaskFailed, Tool, apply, plan,
 )
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    CHOICES, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, TOKEN, ReadError, RefusedValue,
+    CHOICES, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, PORT, TOKEN, ReadError, RefusedValue,
     desired, option_name, param_name, typed,
 )
 
@@ -194,7 +194,7 @@ def _argument_spec():
     for option in SETTABLE:
         if option in BOOLEANS:
             entry = dict(type="bool")
-        elif option in INTEGERS or option == "app":
+        elif option in INTEGERS or option == PORT:
             entry = dict(type="int")
         elif option in LISTS:
             entry = dict(type="list", elements="str")
