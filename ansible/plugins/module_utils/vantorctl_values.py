@@ -10,7 +10,7 @@ __metaclass__ = type
 
 import re
 
-from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS, SWITCH_TEXTS
+from .vantorctl_words import FLAG_WORDS, OPTIONS, SWITCH_TEXTS
 
 MASKED = "********"
 
@@ -59,7 +59,6 @@ _NOT_SET_FAILURES = {
     "logcounters": "Failed to read log settings from config. Status: 0xC0000225",
 }
 
-_SWITCH_WORDS = {"true": True, "false": False, "1": True, "0": False}
 _HEX32 = re.compile(r"^[0-9a-fA-F]{32}$")
 
 

@@ -183,8 +183,9 @@ from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import (
     TaskFailed, Tool, apply, plan,
 )
+from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    CHOICES, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, PORT, TOKEN, ReadError, RefusedValue,
+    DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, PORT, TOKEN, ReadError, RefusedValue,
     desired, option_name, param_name, typed,
 )
 
