@@ -3,19 +3,6 @@
 #include "options/handlers.h"
 #include "options/settings.h"
 
-// The driver copies `longOption` straight into getopt_long's array: it must be
-// the C library's record, field for field, right after `value`.
-static_assert(offsetof(option, name) == 0);
-static_assert(offsetof(option, has_arg) == sizeof(const char*));
-static_assert(offsetof(option, flag) > offsetof(option, has_arg));
-static_assert(offsetof(option, val) > offsetof(option, flag));
-static_assert(offsetof(OptionEntry, value) > offsetof(OptionEntry, specified));
-static_assert(offsetof(OptionEntry, longOption) == offsetof(OptionEntry, value) + sizeof(const char*));
-static_assert(offsetof(OptionEntry, allowedModes) == offsetof(OptionEntry, longOption) + sizeof(option));
-static_assert(offsetof(OptionEntry, helpText) > offsetof(OptionEntry, allowedModes));
-static_assert(offsetof(OptionEntry, valueSyntax) > offsetof(OptionEntry, helpText));
-static_assert(offsetof(OptionEntry, handler) > offsetof(OptionEntry, valueSyntax));
-
 namespace {
 
 constexpr std::uint8_t kSetGetDel = kModeSet | kModeGet | kModeDelete;

@@ -23,7 +23,7 @@ inline constexpr std::uint8_t kModeDelete = 0x04;
 inline constexpr std::uint8_t kModeHelp = 0x20;
 
 // One row. `longOption` holds name, has_arg, flag and val with the C library's
-// own record, so the driver copies it unchanged into the getopt_long array:
+// own record, which the driver copies into the getopt_long array:
 //   name     - the long option without "--"
 //   has_arg  - no_argument (0) or optional_argument (2)
 //   flag     - always null

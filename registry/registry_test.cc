@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <thread>
@@ -29,17 +28,6 @@ class RegistryTree : public RegistryFixture {
     return status == STATUS_SUCCESS ? std::string(data, value.DataSize) : "<" + std::to_string(status) + ">";
   }
 };
-
-TEST(RegistryProviderTable, VersionTwoWithTwentyOneSlotsAndSlotTwentyEmpty) {
-  const RegistryProvider* p = GetRegistryProvider();
-  ASSERT_NE(p, nullptr);
-  EXPECT_EQ(p->Version, 2u);
-  constexpr std::size_t first = offsetof(RegistryProvider, OpenStore);
-  static_assert(sizeof(RegistryProvider) == first + 21 * sizeof(void*));
-  void* slots[21];
-  std::memcpy(slots, reinterpret_cast<const char*>(p) + first, sizeof(slots));
-  for (int i = 0; i < 21; ++i) EXPECT_EQ(slots[i] == nullptr, i == 19) << "slot " << i + 1;
-}
 
 // Stores, collections and records are found by exact key or created (dirtying
 // the registry only then); an existing node keeps the Volatile it was made with.

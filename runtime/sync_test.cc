@@ -1,9 +1,15 @@
+// Locks, events and the rundown guard. Every ordering is made explicit (the
+// rundown's test hooks, a try-lock from another thread, a wait that cannot
+// return before a set): no test sleeps or measures elapsed time, and no
+// outcome depends on the machine's speed. A waiter that blocks for ever is
+// caught by the test's time-out.
 #include "runtime/sync.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
-#include <chrono>
+#include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -11,45 +17,24 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
+// Long enough that a wait never ends by its time-out while the test is still
+// setting up the event it waits for.
+constexpr std::int32_t kNoTimeout = 60'000;
 
-// Long enough for a blocked thread to have made progress if it wrongly could.
-constexpr auto kSettle = 100ms;
-
-long ElapsedMs(Clock::time_point start) {
-  return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
-// Runs `wait` on two threads, calls `set` once both are blocked, and returns how
-// many got STATUS_SUCCESS (0 for TvEvent) and how many STATUS_TIMEOUT. No wait
-// may return before the set.
-template <typename Wait, typename Set>
-std::pair<int, int> TwoWaitersOneSet(Wait wait, Set set) {
-  std::atomic<int> released{0}, timedOut{0};
-  std::atomic<bool> setCalled{false};
-  std::vector<std::thread> waiters;
-  for (int i = 0; i < 2; ++i) {
-    waiters.emplace_back([&] {
-      const NTSTATUS status = wait();
-      EXPECT_TRUE(setCalled.load()) << "returned before the set";
-      ++(status == STATUS_SUCCESS ? released : timedOut);
-      EXPECT_TRUE(status == STATUS_SUCCESS || status == STATUS_TIMEOUT) << status;
-    });
-  }
-  std::this_thread::sleep_for(kSettle);
-  setCalled = true;
-  set();
-  for (auto& w : waiters) w.join();
-  return {released.load(), timedOut.load()};
+// Whether another thread can take `mutex` right now.
+bool FreeForAnotherThread(pthread_mutex_t* mutex) {
+  bool taken = false;
+  std::thread([&] {
+    taken = pthread_mutex_trylock(mutex) == 0;
+    if (taken) pthread_mutex_unlock(mutex);
+  }).join();
+  return taken;
 }
 
 TEST(RundownGuard, NoHoldersRunsDownAtOnceAndRefusesLaterHolders) {
   RundownGuard guard;
   InitializeRundownGuard(&guard);
-  const auto start = Clock::now();
-  WaitForRundown(&guard);
-  EXPECT_LT(ElapsedMs(start), 50);
+  WaitForRundown(&guard);  // would block for ever if it waited for a holder
   EXPECT_FALSE(AcquireRundownGuard(&guard));
   EXPECT_EQ(guard.Word.load(), 1u);  // a refused acquisition changes nothing
 }
@@ -58,6 +43,7 @@ TEST(RundownGuard, NoHoldersRunsDownAtOnceAndRefusesLaterHolders) {
 // inside its release just before the signal. The waiter must not return (and
 // drop its wait block) before that signal: the holder's hook gives a waiter
 // that wrongly skips the wait the chance to return, and checks that it did not.
+// (The chance is a bounded wait, which a correct waiter always outlasts.)
 TEST(RundownGuard, WaiterOutlivesTheLastHoldersSignal) {
   static RundownGuard guard;
   static std::mutex mutex;
@@ -80,7 +66,7 @@ TEST(RundownGuard, WaiterOutlivesTheLastHoldersSignal) {
   gRundownTestHooks.beforeLastSignal = [] {
     advanceTo(2);
     std::unique_lock lock(mutex);
-    waiterReturnedBeforeSignal = changed.wait_for(lock, kSettle, [] { return stage == 3; });
+    waiterReturnedBeforeSignal = changed.wait_for(lock, std::chrono::milliseconds(100), [] { return stage == 3; });
   };
   std::thread holder([] {
     {
@@ -96,20 +82,23 @@ TEST(RundownGuard, WaiterOutlivesTheLastHoldersSignal) {
   EXPECT_FALSE(waiterReturnedBeforeSignal);
 }
 
+// Of two holders, only the second release reaches the waiter's signal.
 TEST(RundownGuard, WaiterIsReleasedExactlyByTheLastHolder) {
+  static std::atomic<int> signals{0};
   RundownGuard guard;
   InitializeRundownGuard(&guard);
   ASSERT_TRUE(AcquireRundownGuard(&guard));
   ASSERT_TRUE(AcquireRundownGuard(&guard));
-  std::atomic<bool> done{false};
-  std::thread waiter([&] { WaitForRundown(&guard); done = true; });
+  gRundownTestHooks.beforeLastSignal = [] { ++signals; };
+  std::thread waiter([&] { WaitForRundown(&guard); });
   while ((guard.Word.load() & 1u) == 0) std::this_thread::yield();  // until the waiter has published its block
   EXPECT_FALSE(AcquireRundownGuard(&guard));
   ReleaseRundownGuard(&guard);
-  std::this_thread::sleep_for(kSettle);
-  EXPECT_FALSE(done.load()) << "released before the last holder left";
+  EXPECT_EQ(signals.load(), 0) << "the first of two holders signalled";
   ReleaseRundownGuard(&guard);
+  EXPECT_EQ(signals.load(), 1);
   waiter.join();
+  gRundownTestHooks = {nullptr, nullptr};
 }
 
 TEST(RecursiveLock, FreeForOtherThreadsOnlyAfterTheLastRelease) {
@@ -119,22 +108,18 @@ TEST(RecursiveLock, FreeForOtherThreadsOnlyAfterTheLastRelease) {
   for (std::uint32_t depth = 1; depth <= 3; ++depth) {
     EXPECT_EQ(AcquireRecursiveLock(&lock), depth);
   }
-  std::atomic<bool> otherOwns{false};
-  std::thread other([&] {
-    EXPECT_FALSE(IsRecursiveLockOwned(&lock));
-    EXPECT_EQ(AcquireRecursiveLock(&lock), 1u);
-    otherOwns = true;
-    ReleaseRecursiveLock(&lock);
-  });
   for (int release = 1; release <= 2; ++release) {
     ReleaseRecursiveLock(&lock);
-    std::this_thread::sleep_for(kSettle);
-    EXPECT_FALSE(otherOwns.load()) << "free after release " << release << " of 3";
+    EXPECT_TRUE(IsRecursiveLockOwned(&lock));
+    EXPECT_FALSE(FreeForAnotherThread(&lock.Block->Mutex)) << "free after release " << release << " of 3";
   }
   ReleaseRecursiveLock(&lock);
   EXPECT_FALSE(IsRecursiveLockOwned(&lock));
-  other.join();
-  EXPECT_TRUE(otherOwns.load());
+  EXPECT_TRUE(FreeForAnotherThread(&lock.Block->Mutex));
+  std::thread([&] {
+    EXPECT_EQ(AcquireRecursiveLock(&lock), 1u);
+    ReleaseRecursiveLock(&lock);
+  }).join();
   DeleteRecursiveLock(&lock);
 }
 
@@ -155,20 +140,28 @@ TEST(RwLock, OwnershipIsSeenOnlyByTheExclusiveHolder) {
   DeleteRwLock(&lock);
 }
 
-TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByBoth) {
+// A set releases a waiter blocked before it; an auto-reset event is then
+// taken by that one waiter, a manual-reset event by every wait until reset.
+TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
   for (bool manual : {false, true}) {
     SCOPED_TRACE(manual ? "manual reset" : "auto reset");
     SyncEvent event;
     ASSERT_EQ(InitializeSyncEvent(&event, manual, false), STATUS_SUCCESS);
-    const auto [released, timedOut] = TwoWaitersOneSet([&] { return WaitSyncEvent(&event, 600); },
-                                                       [&] { SetSyncEvent(&event); });
-    EXPECT_EQ(released, manual ? 2 : 1);
-    EXPECT_EQ(timedOut, manual ? 0 : 1);
+    EXPECT_EQ(WaitSyncEvent(&event, 0), STATUS_TIMEOUT);
+    std::atomic<bool> setCalled{false};
+    std::thread waiter([&] {
+      EXPECT_EQ(WaitSyncEvent(&event, kNoTimeout), STATUS_SUCCESS);
+      EXPECT_TRUE(setCalled.load()) << "returned before the set";
+    });
+    setCalled = true;
+    SetSyncEvent(&event);
+    waiter.join();
     EXPECT_EQ(ReadSyncEvent(&event), manual);
+    SetSyncEvent(&event);
+    EXPECT_EQ(WaitSyncEvent(&event, 0), STATUS_SUCCESS);
+    EXPECT_EQ(WaitSyncEvent(&event, 0), manual ? STATUS_SUCCESS : STATUS_TIMEOUT);
     ResetSyncEvent(&event);
-    const auto start = Clock::now();
-    EXPECT_EQ(WaitSyncEvent(&event, 80), STATUS_TIMEOUT);
-    EXPECT_GE(ElapsedMs(start), 79);
+    EXPECT_EQ(WaitSyncEvent(&event, 10), STATUS_TIMEOUT);
     DeleteSyncEvent(&event);
   }
 }
@@ -204,20 +197,29 @@ TEST(TvEvent, WaitsReportTheLowestSignalledIndexAndConsumeSynchronizationEvents)
 
 TEST(TvEvent, CountBoundsAndTimeout) {
   TvEvents events(kTvMaxWaitEvents + 1, TV_NOTIFICATION_EVENT);
-  const auto start = Clock::now();
-  EXPECT_EQ(TvWaitForMultipleEvents(events.ptrs.data(), kTvMaxWaitEvents, 80), STATUS_TIMEOUT);
-  EXPECT_GE(ElapsedMs(start), 79);
+  EXPECT_EQ(TvWaitForMultipleEvents(events.ptrs.data(), kTvMaxWaitEvents, 10), STATUS_TIMEOUT);
   EXPECT_EQ(TvWaitForMultipleEvents(events.ptrs.data(), 0, 0), STATUS_INVALID_PARAMETER);
   EXPECT_EQ(TvWaitForMultipleEvents(events.ptrs.data(), kTvMaxWaitEvents + 1, 0), STATUS_INVALID_PARAMETER);
 }
 
-TEST(TvEvent, SynchronizationSetReleasesExactlyOneOfTwoWaiters) {
+// Two waiters blocked on one synchronization event: each set releases one.
+TEST(TvEvent, SynchronizationSetReleasesOneWaiterPerSet) {
   TvEvents events(1, TV_SYNCHRONIZATION_EVENT);
-  const auto [released, timedOut] = TwoWaitersOneSet([&] { return TvWaitForEvent(events.ptrs[0], 600); },
-                                                     [&] { TvSetEvent(events.ptrs[0]); });
-  EXPECT_EQ(released, 1);
-  EXPECT_EQ(timedOut, 1);
+  std::atomic<int> released{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 2; ++i) {
+    waiters.emplace_back([&] {
+      EXPECT_EQ(TvWaitForEvent(events.ptrs[0], kNoTimeout), 0);
+      ++released;
+    });
+  }
+  TvSetEvent(events.ptrs[0]);
+  while (released.load() == 0) std::this_thread::yield();
+  EXPECT_EQ(released.load(), 1) << "one set released both waiters";
   EXPECT_FALSE(TvReadEvent(events.ptrs[0]));
+  TvSetEvent(events.ptrs[0]);
+  for (auto& w : waiters) w.join();
+  EXPECT_EQ(released.load(), 2);
 }
 
 // Deadline arithmetic behind every timed wait: the nanosecond borrow and expiry.
