@@ -14,7 +14,7 @@
 #include "cli/completion.h"
 #include "cli/manpage.h"
 #include "cli/usage.h"
-#include "cli/usage_test_text.h"
+#include "tests/support/usage_text.h"
 
 namespace {
 

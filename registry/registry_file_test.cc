@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "registry/registry_test_util.h"
+#include "tests/support/registry_tree.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "registry/registry_test_util.h"
+#include "tests/support/registry_tree.h"
 
 namespace {
 

@@ -8,7 +8,8 @@
 #include <string>
 #include <tuple>
 
-#include "runtime/trace_capture.h"
+#include "tests/support/trace_capture.h"
+#include "tests/support/wide.h"
 
 namespace {
 
@@ -16,15 +17,7 @@ using vt_test::LogMark;
 using vt_test::LogSince;
 using vt_test::ReadWholeFile;
 
-// A UNICODE_STRING over an owned UTF-16 copy of ASCII text (or given units).
-struct Wide {
-  explicit Wide(const std::string& ascii) : Wide(std::u16string(ascii.begin(), ascii.end())) {}
-  explicit Wide(std::u16string units)
-      : text(std::move(units)), s{static_cast<std::uint16_t>(text.size() * 2), static_cast<std::uint16_t>(text.size() * 2 + 2), text.data()} {}
-  const UNICODE_STRING* operator&() const { return &s; }  // the temporary lives to the end of the call
-  std::u16string text;
-  UNICODE_STRING s;
-};
+using vt_test::Wide;
 
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -80,7 +73,7 @@ TEST_F(FileTest, OpenChecksArgumentsFirstAndPassesOptions) {
   }
   const mode_t old = umask(0);  // created files get 0660
   UniqueFile f;
-  const NTSTATUS created = OpenFileUnicode(&Wide(P("made")), FILE_ACCESS_WRITE, OPEN_CREATE, f.out());
+  const NTSTATUS created = OpenFileUnicode(Wide(P("made")).get(), FILE_ACCESS_WRITE, OPEN_CREATE, f.out());
   umask(old);
   ASSERT_EQ(created, STATUS_SUCCESS);
   struct stat st {};
@@ -113,12 +106,12 @@ TEST_F(FileTest, LengthOffsetsReadsAndWrites) {
 TEST_F(FileTest, RenameWithoutReplaceKeepsBothFiles) {
   WriteText(P("a"), "source");
   WriteText(P("b"), "target");
-  EXPECT_EQ(RenameFile(&Wide(P("a")), &Wide(P("b")), false), STATUS_UNSUCCESSFUL);
+  EXPECT_EQ(RenameFile(Wide(P("a")).get(), Wide(P("b")).get(), false), STATUS_UNSUCCESSFUL);
   EXPECT_EQ(ReadWholeFile(P("a")), "source");
   EXPECT_EQ(ReadWholeFile(P("b")), "target");
-  EXPECT_EQ(RenameFile(&Wide(P("a")), &Wide(P("b")), true), STATUS_SUCCESS);
+  EXPECT_EQ(RenameFile(Wide(P("a")).get(), Wide(P("b")).get(), true), STATUS_SUCCESS);
   EXPECT_EQ(ReadWholeFile(P("b")), "source");
-  EXPECT_EQ(RenameFile(&Wide(P("gone")), &Wide(P("d")), true), STATUS_OBJECT_NAME_NOT_FOUND);
+  EXPECT_EQ(RenameFile(Wide(P("gone")).get(), Wide(P("d")).get(), true), STATUS_OBJECT_NAME_NOT_FOUND);
 
 }
 
@@ -135,16 +128,16 @@ TEST_F(FileTest, SafeDeleteTakesOnlyCanonicalPaths) {
   ASSERT_EQ(chdir(base.c_str()), 0);  // so the relative "d/f" names the file
   for (const std::string& path : {base + "/ld/f", base + "/lf", std::string("d/f"), base + "/d//f", base + "/./d/f"}) {
     const auto mark = LogMark();
-    EXPECT_EQ(SafeDeleteFile(&Wide(path)), STATUS_FILE_INVALID) << path;
+    EXPECT_EQ(SafeDeleteFile(Wide(path).get()), STATUS_FILE_INVALID) << path;
     EXPECT_TRUE(Contains(LogSince(mark), "Found non-canonical path during safe delete '" + path + "'")) << path;
   }
   ASSERT_EQ(chdir(cwd), 0);
   EXPECT_EQ(ReadWholeFile(base + "/d/f"), "x");
   EXPECT_EQ(access((base + "/lf").c_str(), F_OK), 0);  // the link itself stays too
-  EXPECT_EQ(SafeDeleteFile(&Wide(base + "/d/f")), STATUS_SUCCESS);
+  EXPECT_EQ(SafeDeleteFile(Wide(base + "/d/f").get()), STATUS_SUCCESS);
   EXPECT_NE(access((base + "/d/f").c_str(), F_OK), 0);
-  EXPECT_EQ(SafeDeleteFile(&Wide(base + "/d/f")), STATUS_PATH_NOT_EXPANDED);
-  EXPECT_EQ(DeleteFileUnicode(&Wide(base + "/d/f")), STATUS_OBJECT_NAME_NOT_FOUND);
+  EXPECT_EQ(SafeDeleteFile(Wide(base + "/d/f").get()), STATUS_PATH_NOT_EXPANDED);
+  EXPECT_EQ(DeleteFileUnicode(Wide(base + "/d/f").get()), STATUS_OBJECT_NAME_NOT_FOUND);
 }
 
 }  // namespace

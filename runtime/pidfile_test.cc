@@ -10,7 +10,7 @@
 #include <string>
 #include <tuple>
 
-#include "runtime/trace_capture.h"
+#include "tests/support/trace_capture.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "runtime/pool.h"
-#include "runtime/trace_capture.h"
+#include "tests/support/trace_capture.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "runtime/rtl_string.h"
-#include "runtime/trace_capture.h"
+#include "tests/support/trace_capture.h"
 #include "runtime/utf8.h"
 
 // GCC announces a sanitizer with a macro, clang through __has_feature.

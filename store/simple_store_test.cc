@@ -14,21 +14,15 @@
 #include <tuple>
 #include <vector>
 
-#include "runtime/trace_capture.h"
+#include "tests/support/trace_capture.h"
 #include "tests/support/store_image.h"
+#include "tests/support/wide.h"
 
 namespace {
 
 using vt_test::StoreImage;
 
-struct Name {  // a UNICODE_STRING, without a terminator, over its own copy of the units
-  explicit Name(std::u16string u) : units(std::move(u)), s{Bytes(), Bytes(), units.data()} {}
-  explicit Name(std::string_view ascii) : Name(std::u16string(ascii.begin(), ascii.end())) {}
-  std::uint16_t Bytes() const { return static_cast<std::uint16_t>(units.size() * 2); }
-  const UNICODE_STRING* ptr() const { return &s; }
-  std::u16string units;
-  UNICODE_STRING s;
-};
+using Name = vt_test::Wide;
 
 class SimpleStoreTest : public ::testing::Test {
  protected:
@@ -42,13 +36,13 @@ class SimpleStoreTest : public ::testing::Test {
     ASSERT_EQ(OpenSimpleStoreAt(path_.c_str()), STATUS_SUCCESS);
   }
   NTSTATUS Set(std::string_view name, const std::string& data) {
-    return SetSimpleStoreValue(Name(name).ptr(), data.data(), static_cast<std::uint32_t>(data.size()));
+    return SetSimpleStoreValue(Name(name).get(), data.data(), static_cast<std::uint32_t>(data.size()));
   }
-  NTSTATUS Delete(std::string_view name) { return DeleteSimpleStoreValue(Name(name).ptr()); }
+  NTSTATUS Delete(std::string_view name) { return DeleteSimpleStoreValue(Name(name).get()); }
   std::string Get(std::string_view name) {  // the value, or the failure status as text
     char buffer[300], text[32];
     std::uint32_t size = sizeof buffer;
-    const NTSTATUS status = GetSimpleStoreValue(Name(name).ptr(), buffer, &size);
+    const NTSTATUS status = GetSimpleStoreValue(Name(name).get(), buffer, &size);
     std::snprintf(text, sizeof text, "status %08x", static_cast<unsigned>(status));
     return NT_SUCCESS(status) ? std::string(buffer, size) : text;
   }
@@ -107,7 +101,7 @@ TEST_F(SimpleStoreTest, DataAndNameLimits) {
   for (const auto& [capacity, status] : {std::pair{4u, STATUS_BUFFER_TOO_SMALL}, {256u, STATUS_SUCCESS}}) {
     std::string buffer(260, '#');
     std::uint32_t size = capacity;
-    EXPECT_EQ(GetSimpleStoreValue(Name("big").ptr(), buffer.data(), &size), status);
+    EXPECT_EQ(GetSimpleStoreValue(Name("big").get(), buffer.data(), &size), status);
     EXPECT_EQ(size, 256u);
     EXPECT_EQ(buffer, std::string(capacity, 'd') + std::string(260 - capacity, '#'));  // nothing past the capacity
   }
@@ -164,7 +158,7 @@ TEST(BuildVendorPath, JoinsPartsAndRefusesOverflow) {
         {u"sub/", u"f", u"/opt/Marrowlight/sub/f"}, {u"sub", none, u"/opt/Marrowlight/sub/"}, {big, u"f", none},
         {big, none, u"/opt/Marrowlight/" + big + u"/"}, {big + u"s", none, none}, {big, u"ff", none}}) {
     const Name subName(sub), fileName(file);
-    const StringObject path(BuildVendorPath(sub == none ? nullptr : &subName.s, file == none ? nullptr : &fileName.s));
+    const StringObject path(BuildVendorPath(sub == none ? nullptr : subName.get(), file == none ? nullptr : fileName.get()));
     EXPECT_TRUE(path ? View(*path.get()) == expected && path.get()->Buffer[expected.size()] == u'\0' : expected == none)
         << sub.size() << " " << file.size();
   }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/usage_test_text.h"
+#include "tests/support/usage_text.h"
 #include "tests/e2e/option_case.h"
 
 namespace vt_test {

@@ -42,6 +42,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/files.h"
+
 namespace vt_test {
 namespace {
 
@@ -60,49 +62,6 @@ std::string ShellQuote(std::string_view text) {
   }
   quoted += '\'';
   return quoted;
-}
-
-bool ReadWholeFile(const std::string& path, std::string* out) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    return false;
-  }
-  out->clear();
-  char buf[65536];
-  for (;;) {
-    const ssize_t n = read(fd, buf, sizeof buf);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n <= 0) {
-      close(fd);
-      return n == 0;
-    }
-    out->append(buf, static_cast<std::size_t>(n));
-  }
-}
-
-bool WriteWholeFile(const std::string& path, std::string_view content, mode_t mode) {
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
-  if (fd < 0) {
-    return false;
-  }
-  std::size_t done = 0;
-  bool ok = true;
-  while (done < content.size()) {
-    const ssize_t n = write(fd, content.data() + done, content.size() - done);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n <= 0) {
-      ok = false;
-      break;
-    }
-    done += static_cast<std::size_t>(n);
-  }
-  // The umask must not change the seeded mode.
-  ok = fchmod(fd, mode) == 0 && ok;
-  return close(fd) == 0 && ok;
 }
 
 // mkdir -p, each new component 0755.
@@ -147,7 +106,8 @@ void Collect(const std::string& dir, const std::string& prefix, std::map<std::st
       Collect(path, key, files, links);
     } else if (S_ISREG(st.st_mode)) {
       std::string content;
-      if (ReadWholeFile(path, &content)) {
+      if (auto bytes = vt_test::ReadFileBytes(path)) {
+        content = std::move(*bytes);
         (*files)[key] = std::move(content);
       }
     } else if (S_ISLNK(st.st_mode) && links != nullptr) {
@@ -343,7 +303,8 @@ SandboxResult RunInSandbox(const SandboxOptions& options) {
   for (const SeedFile& seed : options.files) {
     const std::string host = work + "/seed" + seed.path;
     if (seed.path.empty() || seed.path[0] != '/' || !MakeParents(host) ||
-        !WriteWholeFile(host, seed.content, seed.mode)) {
+        !vt_test::WriteFileBytes(host, seed.content, seed.mode) ||
+        chmod(host.c_str(), seed.mode) != 0  /* whatever the umask */) {
       ADD_FAILURE() << "sandbox: cannot seed " << seed.path;
       seeded = false;
     }
@@ -364,20 +325,18 @@ SandboxResult RunInSandbox(const SandboxOptions& options) {
     const std::string script = BuildScript(options, work, result.outDir, roots);
     const int status = SpawnAndWait({"unshare", "-m", "-p", "-f", "--mount-proc", "/bin/sh", "-c", script},
                                     work + "/setup.log", options.timeoutSeconds);
-    std::string setupLog;
-    ReadWholeFile(work + "/setup.log", &setupLog);
-    std::string statusText;
-    std::string finished;
+    const std::string setupLog = vt_test::ReadFileBytes(work + "/setup.log").value_or("");
+    const std::optional<std::string> statusText = vt_test::ReadFileBytes(work + "/status");
     if (status == -1) {
       ADD_FAILURE() << "sandbox: timed out after " << options.timeoutSeconds << " s or could not start\n" << setupLog;
-    } else if (!ReadWholeFile(work + "/status", &statusText) || !ReadWholeFile(work + "/finished", &finished)) {
+    } else if (!statusText || !vt_test::ReadFileBytes(work + "/finished")) {
       ADD_FAILURE() << "sandbox: setup failed (wait status " << status << ")\n" << setupLog;
     }
-    if (!statusText.empty()) {
-      result.exitCode = std::atoi(statusText.c_str());
+    if (statusText && !statusText->empty()) {
+      result.exitCode = std::atoi(statusText->c_str());
     }
-    ReadWholeFile(work + "/stdout", &result.out);
-    ReadWholeFile(work + "/stderr", &result.err);
+    result.out = vt_test::ReadFileBytes(work + "/stdout").value_or("");
+    result.err = vt_test::ReadFileBytes(work + "/stderr").value_or("");
     for (const std::string& root : roots) {
       Collect(work + "/after/" + root, "/" + root, &result.files, &result.links);
     }

@@ -48,6 +48,9 @@ inline bool WriteFileBytes(const std::string& path, std::string_view bytes, mode
   return closed && done == bytes.size();
 }
 
+// The file's bytes, or "<missing>" when it cannot be read: for comparisons.
+inline std::string ReadWholeFile(const std::string& path) { return ReadFileBytes(path).value_or("<missing>"); }
+
 // A new directory for scratch files: under /dev/shm where there is one, since
 // memory makes fsync cheap, else under /tmp. Empty when neither works. The
 // directory and the files in it (one level) are removed when the process exits.

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "runtime/trace.h"
+#include "tests/support/files.h"
 
 namespace vt_test {
 
@@ -42,21 +43,6 @@ class TempDir {
  private:
   std::string path_;
 };
-
-inline std::string ReadWholeFile(const std::string& path) {
-  std::string text;
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    return "<missing>";
-  }
-  char buf[4096];
-  ssize_t n;
-  while ((n = read(fd, buf, sizeof(buf))) > 0) {
-    text.append(buf, static_cast<std::size_t>(n));
-  }
-  close(fd);
-  return text;
-}
 
 // The trace log of this test process, opened on first use in its own temp dir.
 // LogMark() remembers the current end; LogSince(mark) returns what was written

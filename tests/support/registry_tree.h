@@ -13,31 +13,21 @@
 #include <vector>
 
 #include "registry/registry.h"
+#include "tests/support/files.h"
+#include "tests/support/wide.h"
 
 namespace registry_test {
 
-// A UNICODE_STRING over ASCII test text; owns its UTF-16 copy.
-struct Wide {
-  explicit Wide(const std::string& ascii) : text(ascii.begin(), ascii.end()) {}
-  const UNICODE_STRING* get() { return &(string = {Bytes(0), Bytes(2), text.data()}); }
-  std::uint16_t Bytes(std::size_t extra) const { return static_cast<std::uint16_t>(text.size() * 2 + extra); }
-  std::u16string text;
-  UNICODE_STRING string{};
-};
+using vt_test::Wide;
 
 inline std::string ReadBytes(const std::string& path) {
-  std::string bytes(std::filesystem::file_size(path), '\0');  // throws, failing the test, when missing
-  FILE* f = std::fopen(path.c_str(), "rb");
-  EXPECT_EQ(std::fread(bytes.data(), 1, bytes.size(), f), bytes.size());
-  std::fclose(f);
-  return bytes;
+  std::optional<std::string> bytes = vt_test::ReadFileBytes(path);
+  EXPECT_TRUE(bytes.has_value()) << path;
+  return bytes.value_or("");
 }
 
 inline void WriteBytes(const std::string& path, const std::string& bytes) {
-  FILE* f = std::fopen(path.c_str(), "wb");
-  ASSERT_NE(f, nullptr) << path;
-  EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), f), bytes.size());
-  std::fclose(f);
+  ASSERT_TRUE(vt_test::WriteFileBytes(path, bytes)) << path;
 }
 
 // Builds registry file images byte by byte, independently of the product's encoder.
