@@ -180,7 +180,7 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
     PrintDiagnostic("not a valid %s switch: %s\n", option.name, unknown);
     return STATUS_UNSUCCESSFUL;
   }
-  const NTSTATUS status = WriteU32Value(option.valueName, mask);
+  const NTSTATUS status = WriteU32Value(context, option.valueName, mask);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write %s \"%s\" to config\n", option.name, value);
     return status;
@@ -200,7 +200,7 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
 // STATUS_SUCCESS or the store's status after the read-failure message.
 NTSTATUS ShowMask(OptionContext* context, const FlagOption& option, void (*notSet)(OptionContext*)) {
   std::uint32_t mask = 0;
-  const NTSTATUS status = ReadU32Value(option.valueName, &mask);
+  const NTSTATUS status = ReadU32Value(context, option.valueName, &mask);
   if (status == STATUS_NOT_FOUND) {
     notSet(context);
     return STATUS_SUCCESS;

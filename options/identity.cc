@@ -14,7 +14,6 @@
 #include "options/stored_value.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
-#include "store/simple_store.h"
 
 namespace {
 
@@ -24,10 +23,10 @@ constexpr std::size_t kMinTokenLength = 8;
 
 // Reads a 16-byte identifier into a zeroed buffer (a shorter record leaves the
 // tail zero). Returns the store's status.
-NTSTATUS ReadIdentifier(const UNICODE_STRING* name, Identifier* identifier) {
+NTSTATUS ReadIdentifier(const OptionContext* context, const UNICODE_STRING* name, Identifier* identifier) {
   *identifier = Identifier{};
   std::uint32_t size = static_cast<std::uint32_t>(identifier->size());
-  return GetSimpleStoreValue(name, identifier->data(), &size);
+  return context->store->get(name, identifier->data(), &size);
 }
 
 void PrintIdentifier(OptionContext* context, const char* option, const Identifier& identifier) {
@@ -53,7 +52,7 @@ NTSTATUS StoreCid(OptionContext* context, const char* value) {
       break;
   }
   const NTSTATUS status =
-      SetSimpleStoreValue(&value_names::kCustomerId, identifier.data(), static_cast<std::uint32_t>(identifier.size()));
+      context->store->set(&value_names::kCustomerId, identifier.data(), static_cast<std::uint32_t>(identifier.size()));
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write CID \"%s\" to config file\n", digits.data());
     return status;
@@ -152,7 +151,7 @@ bool ParseProvisioningToken(const char* text, std::uint64_t* token) {
 
 NTSTATUS HandleCid(OptionContext* context, const char* value) {
   Identifier stored{};
-  const NTSTATUS status = ReadIdentifier(&value_names::kCustomerId, &stored);
+  const NTSTATUS status = ReadIdentifier(context, &value_names::kCustomerId, &stored);
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not read CID from config file\n");
     return status;
@@ -181,7 +180,7 @@ NTSTATUS HandleCid(OptionContext* context, const char* value) {
   if (context->set) {
     return StoreCid(context, value);
   }
-  const NTSTATUS deleted = DeleteSimpleStoreValue(&value_names::kCustomerId);
+  const NTSTATUS deleted = context->store->remove(&value_names::kCustomerId);
   if (!NT_SUCCESS(deleted)) {
     PrintDiagnostic("Could not delete CID from config file\n");
     return deleted;
@@ -196,7 +195,7 @@ NTSTATUS HandleCid(OptionContext* context, const char* value) {
 // Get and delete only: the option table refuses -s with --aid.
 NTSTATUS HandleAid(OptionContext* context, const char*) {
   Identifier stored{};
-  const NTSTATUS status = ReadIdentifier(&value_names::kAgentId, &stored);
+  const NTSTATUS status = ReadIdentifier(context, &value_names::kAgentId, &stored);
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not read AID from config file\n");
     return status;
@@ -215,7 +214,7 @@ NTSTATUS HandleAid(OptionContext* context, const char*) {
     PrintDiagnostic("AID is set, but -f was not specified\n");
     return STATUS_INVALID_PARAMETER;
   }
-  const NTSTATUS deleted = DeleteSimpleStoreValue(&value_names::kAgentId);
+  const NTSTATUS deleted = context->store->remove(&value_names::kAgentId);
   if (!NT_SUCCESS(deleted)) {
     PrintDiagnostic("Could not delete AID from config file\n");
     return deleted;
@@ -228,7 +227,7 @@ NTSTATUS HandleAid(OptionContext* context, const char*) {
 
 NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
   std::uint64_t stored = 0;
-  const NTSTATUS status = ReadU64Value(&value_names::kProvisioningToken, &stored);
+  const NTSTATUS status = ReadU64Value(context, &value_names::kProvisioningToken, &stored);
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not read provision token from config file\n");
     return status;
@@ -245,7 +244,7 @@ NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
       PrintDiagnostic("Provisioning token format incorrect\n");
       return STATUS_INVALID_PARAMETER;
     }
-    const NTSTATUS written = WriteU64Value(&value_names::kProvisioningToken, token);
+    const NTSTATUS written = WriteU64Value(context, &value_names::kProvisioningToken, token);
     if (!NT_SUCCESS(written)) {
       PrintDiagnostic("Could not write provisioning token to config file\n");
       return written;
@@ -270,7 +269,7 @@ NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
       PrintDiagnostic("Provisioning token is set, but -f was not specified\n");
       return STATUS_INVALID_PARAMETER;
     }
-    const NTSTATUS deleted = DeleteSimpleStoreValue(&value_names::kProvisioningToken);
+    const NTSTATUS deleted = context->store->remove(&value_names::kProvisioningToken);
     if (!NT_SUCCESS(deleted)) {
       PrintDiagnostic("Could not delete provisioning token from config file\n");
       return deleted;

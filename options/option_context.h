@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "options/store_access.h"
 #include "runtime/status.h"
 
 // Created zeroed by the driver and handed by address to every handler, so the
@@ -24,6 +25,9 @@ struct OptionContext {
   // The driver installs SignalSensorReload (options/reload.h); tests install
   // their own recorder.
   void (*reload)();
+  // Every store read, write and delete of a handler goes through this table:
+  // the store's own functions unless a test installs its own.
+  const StoreAccess* store = &kSimpleStoreAccess;
 };
 
 // `value` is the text after "=" (null when none was given); in set mode it is

@@ -188,7 +188,7 @@ NTSTATUS SetSetting(OptionContext* context, const Setting& s, const char* value)
   if (!ParseSetting(s, value, &number)) {
     return STATUS_INVALID_PARAMETER;
   }
-  const NTSTATUS status = s.form == SF::kText ? WriteTextValue(s.name, value) : WriteU32Value(s.name, number);
+  const NTSTATUS status = s.form == SF::kText ? WriteTextValue(context, s.name, value) : WriteU32Value(context, s.name, number);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic(s.writeFailure, value);
     return status;
@@ -227,14 +227,14 @@ NTSTATUS PrintStoredNumber(OptionContext* context, const Setting& s, std::uint32
   return s.badStoredStatus;
 }
 
-NTSTATUS ReadSetting(const Setting& s, std::uint32_t* number, std::span<char> text) {
-  return s.form == SF::kText ? ReadTextValue(s.name, text) : ReadU32Value(s.name, number);
+NTSTATUS ReadSetting(const OptionContext* context, const Setting& s, std::uint32_t* number, std::span<char> text) {
+  return s.form == SF::kText ? ReadTextValue(context, s.name, text) : ReadU32Value(context, s.name, number);
 }
 
 NTSTATUS GetSetting(OptionContext* context, const Setting& s) {
   std::array<char, kTextBufferSize> text{};
   std::uint32_t number = 0;
-  const NTSTATUS status = ReadSetting(s, &number, std::span(text).first(s.maxLength + 1));
+  const NTSTATUS status = ReadSetting(context, s, &number, std::span(text).first(s.maxLength + 1));
   if (status == STATUS_NOT_FOUND && !s.unsetIsError) {
     if (s.unsetText != nullptr) {
       PrintValue(context, "%s", s.unsetText);
@@ -258,7 +258,7 @@ NTSTATUS DeleteSetting(OptionContext* context, const Setting& s) {
   if (s.readBeforeDelete) {
     std::array<char, kTextBufferSize> text{};
     std::uint32_t number = 0;
-    const NTSTATUS status = ReadSetting(s, &number, std::span(text).first(s.maxLength + 1));
+    const NTSTATUS status = ReadSetting(context, s, &number, std::span(text).first(s.maxLength + 1));
     if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
       PrintDiagnostic(s.readFailure, static_cast<unsigned>(status));
       return status;

@@ -21,7 +21,6 @@
 #include "runtime/rtl_string.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
-#include "store/simple_store.h"
 
 namespace {
 
@@ -83,9 +82,9 @@ class HistoryArray {
 
 }  // namespace
 
-NTSTATUS ReadRfmHistory(RfmHistoryEntry** entries, std::uint32_t* count) {
+NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries, std::uint32_t* count) {
   std::uint32_t length = 0;
-  NTSTATUS status = GetSimpleStoreValue(&value_names::kRfmHistory, nullptr, &length);
+  NTSTATUS status = context->store->get(&value_names::kRfmHistory, nullptr, &length);
   // Absent, stored empty, or unreadable (a damaged store): all read as no history.
   if (status != STATUS_BUFFER_TOO_SMALL || length == 0) return STATUS_NOT_FOUND;
 
@@ -96,7 +95,7 @@ NTSTATUS ReadRfmHistory(RfmHistoryEntry** entries, std::uint32_t* count) {
   }
   // The sensor may rewrite the value in between; the second read's length
   // counts, and a value that grew fails with STATUS_BUFFER_TOO_SMALL.
-  status = GetSimpleStoreValue(&value_names::kRfmHistory, buffer.get(), &length);
+  status = context->store->get(&value_names::kRfmHistory, buffer.get(), &length);
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_CORE, "Could not read RFM history");
     return status;
@@ -110,10 +109,10 @@ NTSTATUS ReadRfmHistory(RfmHistoryEntry** entries, std::uint32_t* count) {
 
 // A value of 1 to 11 bytes holds no whole entry; rather than read past it, it
 // is reported as no history (the RFM options then print their not-set texts).
-NTSTATUS ReadRfmNewestEntry(std::uint32_t* inRfm, std::uint32_t* reasonCode, std::uint32_t* backend) {
+NTSTATUS ReadRfmNewestEntry(const OptionContext* context, std::uint32_t* inRfm, std::uint32_t* reasonCode, std::uint32_t* backend) {
   HistoryArray entries;
   std::uint32_t count = 0;
-  const NTSTATUS status = ReadRfmHistory(entries.out(), &count);
+  const NTSTATUS status = ReadRfmHistory(context, entries.out(), &count);
   if (!NT_SUCCESS(status)) return status;
   if (count == 0) return STATUS_NOT_FOUND;
   *inRfm = entries[0].InRfm;
@@ -168,7 +167,7 @@ NTSTATUS HandleSystags(OptionContext* /*context*/, const char* /*value*/) {
 NTSTATUS HandleRfmState(OptionContext* context, const char* /*value*/) {
   std::uint32_t inRfm = 0, reason = 0, backend = 0;
   NTSTATUS result = STATUS_SUCCESS;
-  if (!ReadGaveValue(context, ReadRfmNewestEntry(&inRfm, &reason, &backend), "rfm-state",
+  if (!ReadGaveValue(context, ReadRfmNewestEntry(context, &inRfm, &reason, &backend), "rfm-state",
                      "Could not read RFM state from config file\n", &result)) {
     return result;
   }
@@ -188,7 +187,7 @@ NTSTATUS HandleRfmState(OptionContext* context, const char* /*value*/) {
 NTSTATUS HandleRfmReason(OptionContext* context, const char* /*value*/) {
   std::uint32_t inRfm = 0, reason = 0, backend = 0;
   NTSTATUS result = STATUS_SUCCESS;
-  if (!ReadGaveValue(context, ReadRfmNewestEntry(&inRfm, &reason, &backend), "rfm-reason",
+  if (!ReadGaveValue(context, ReadRfmNewestEntry(context, &inRfm, &reason, &backend), "rfm-reason",
                      "Could not read RFM reason from config file\n", &result)) {
     return result;
   }
@@ -200,7 +199,7 @@ NTSTATUS HandleRfmReason(OptionContext* context, const char* /*value*/) {
 NTSTATUS HandleRfmHistory(OptionContext* context, const char* /*value*/) {
   HistoryArray entries;
   std::uint32_t count = 0;
-  const NTSTATUS status = ReadRfmHistory(entries.out(), &count);
+  const NTSTATUS status = ReadRfmHistory(context, entries.out(), &count);
   if (status == STATUS_NOT_FOUND) {
     PrintNotSet(context, "rfm-history");
     return STATUS_SUCCESS;

@@ -1,7 +1,7 @@
 // Handlers meeting store read, write and delete failures, which the real store
-// cannot be made to produce on demand. This binary links its own in-memory
-// store (defined below) ahead of the library, and every case runs as with
-// --update, so a signal after a failed write would show.
+// cannot be made to produce on demand. The handlers get an in-memory store
+// through their context's store table (options/store_access.h), and every case
+// runs as with --update, so a signal after a failed write would show.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -11,7 +11,6 @@
 
 #include "options/handlers.h"
 #include "options/settings.h"
-#include "store/simple_store.h"
 
 namespace {
 
@@ -26,9 +25,7 @@ std::string Ascii(const UNICODE_STRING* name) {
   return text;
 }
 
-}  // namespace
-
-NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint32_t* size) {
+NTSTATUS Get(const UNICODE_STRING* name, void* buffer, std::uint32_t* size) {
   const std::string key = Ascii(name);
   if (gFailingCall == "get " + key) return gFailure;
   const auto found = gValues.find(key);
@@ -40,21 +37,20 @@ NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint
   return tooSmall ? STATUS_BUFFER_TOO_SMALL : STATUS_SUCCESS;
 }
 
-NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::uint32_t length) {
+NTSTATUS Set(const UNICODE_STRING* name, const void* data, std::uint32_t length) {
   gEvents.push_back("set " + Ascii(name));
   if (gFailingCall == gEvents.back()) return gFailure;
   gValues[Ascii(name)].assign(static_cast<const char*>(data), length);
   return STATUS_SUCCESS;
 }
 
-NTSTATUS DeleteSimpleStoreValue(const UNICODE_STRING* name) {
+NTSTATUS Delete(const UNICODE_STRING* name) {
   gEvents.push_back("delete " + Ascii(name));
   if (gFailingCall == gEvents.back()) return gFailure;
   return gValues.erase(Ascii(name)) != 0 ? STATUS_SUCCESS : STATUS_NOT_FOUND;
 }
 
-
-namespace {
+constexpr StoreAccess kMemoryStore{Get, Set, Delete};
 
 using Events = std::vector<std::string>;
 
@@ -131,6 +127,7 @@ TEST(StoreFailuresTest, AreReportedAndNothingFollowsThem) {
     context.verbose = std::strchr(c.flags, 'v') != nullptr;
     context.remaining = 1;
     context.reload = [] { gEvents.emplace_back("signal"); };  // as with --update
+    context.store = &kMemoryStore;
     const std::string option(c.name, std::strcspn(c.name, " "));  // each name starts with its option
     context.option = option.c_str();
     testing::internal::CaptureStdout();

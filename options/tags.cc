@@ -11,7 +11,6 @@
 #include "options/stored_value.h"
 #include "options/value_names.h"
 #include "options/value_print.h"
-#include "store/simple_store.h"
 
 namespace {
 
@@ -53,7 +52,7 @@ bool IsValidTagList(const char* value) {
 NTSTATUS HandleTags(OptionContext* context, const char* value) {
   // Room for the terminator after a full 256-byte list.
   char stored[kMaxTagsLength + 1];
-  const NTSTATUS readStatus = ReadTextValue(&value_names::kGroupTags, stored);
+  const NTSTATUS readStatus = ReadTextValue(context, &value_names::kGroupTags, stored);
   if (!NT_SUCCESS(readStatus) && readStatus != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not read the sensor grouping tags from config file\n");
     return readStatus;
@@ -69,7 +68,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
       PrintDiagnostic("Sensor grouping tags have an invalid format\n");
       return STATUS_INVALID_PARAMETER_1;
     }
-    const NTSTATUS status = WriteTextValue(&value_names::kGroupTags, value);
+    const NTSTATUS status = WriteTextValue(context, &value_names::kGroupTags, value);
     if (!NT_SUCCESS(status)) {
       PrintDiagnostic("Could not write the sensor grouping tags '%s' to config file\n", value);
       return status;
@@ -86,7 +85,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
         PrintDiagnostic("Sensor grouping tags are set, but -f was not specified\n");
         return STATUS_INVALID_PARAMETER;
       }
-      const NTSTATUS status = DeleteSimpleStoreValue(&value_names::kGroupTags);
+      const NTSTATUS status = context->store->remove(&value_names::kGroupTags);
       // Gone between the read and the delete (the daemon shares the file) is a
       // failed delete too, as for the identifiers: this run did not delete it.
       if (!NT_SUCCESS(status)) {

@@ -20,7 +20,6 @@
 #include "options/value_names.h"
 #include "options/value_print.h"
 #include "runtime/trace.h"
-#include "store/simple_store.h"
 
 namespace {
 
@@ -60,7 +59,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
   const auto seconds = static_cast<std::uint32_t>(parsed);
 
   LogSettingReason reason = LogSettingReason::None;
-  NTSTATUS status = CheckLogSetting(kind, seconds, &reason);
+  NTSTATUS status = CheckLogSetting(context, kind, seconds, &reason);
   if (!NT_SUCCESS(status)) {
     const bool settingDuration = kind == LogSettingKind::Duration;
     switch (reason) {
@@ -87,7 +86,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
     return status;
   }
 
-  status = WriteU32Value(setting.valueName, seconds);
+  status = WriteU32Value(context, setting.valueName, seconds);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write log %s value \"%s\" to config. Status:0x%X\n", setting.word, value,
                     static_cast<unsigned>(status));
@@ -102,7 +101,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
 NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
   const LogSetting& setting = SettingOf(kind);
   std::uint32_t seconds = 0;
-  const NTSTATUS status = ReadU32Value(setting.valueName, &seconds);
+  const NTSTATUS status = ReadU32Value(context, setting.valueName, &seconds);
   if (status == STATUS_NOT_FOUND) {
     PrintDefault(context, setting);
     return STATUS_SUCCESS;
@@ -118,7 +117,7 @@ NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
 
 NTSTATUS DeleteLogSetting(OptionContext* context, LogSettingKind kind) {
   const LogSetting& setting = SettingOf(kind);
-  const NTSTATUS status = DeleteSimpleStoreValue(setting.valueName);
+  const NTSTATUS status = context->store->remove(setting.valueName);
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not delete log %s value from config file. Status:0x%X\n", setting.word,
                     static_cast<unsigned>(status));
@@ -142,13 +141,14 @@ NTSTATUS HandleLogSetting(OptionContext* context, const char* value, LogSettingK
 
 }  // namespace
 
-NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason) {
+NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std::uint32_t value,
+                         LogSettingReason* reason) {
   *reason = LogSettingReason::None;
   std::uint32_t interval = value;
   std::uint32_t duration = value;
   bool intervalStored = true;
   if (kind == LogSettingKind::Interval) {
-    const NTSTATUS status = ReadU32Value(&value_names::kLogDuration, &duration);
+    const NTSTATUS status = ReadU32Value(context, &value_names::kLogDuration, &duration);
     if (status == STATUS_NOT_FOUND) {
       duration = kLogDurationDefaultSeconds;
     } else if (!NT_SUCCESS(status)) {
@@ -157,7 +157,7 @@ NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingRea
       return status;
     }
   } else {
-    const NTSTATUS status = ReadU32Value(&value_names::kLogInterval, &interval);
+    const NTSTATUS status = ReadU32Value(context, &value_names::kLogInterval, &interval);
     if (status == STATUS_NOT_FOUND) {
       interval = kLogIntervalDefaultSeconds;
       intervalStored = false;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "options/option_context.h"
 #include "runtime/status.h"
 
 // Which of the two settings is being proposed; the other one is read from the
@@ -34,4 +35,5 @@ inline constexpr std::uint32_t kLogDurationDefaultSeconds = 3600;
 // Returns STATUS_SUCCESS with *reason None; STATUS_INVALID_PARAMETER with the
 // reason; or the store's read status with ReadFailure (logged, component 1).
 // Holds no lock across the call beyond the store's own.
-[[nodiscard]] NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason);
+[[nodiscard]] NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std::uint32_t value,
+                                      LogSettingReason* reason);
