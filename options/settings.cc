@@ -188,7 +188,8 @@ NTSTATUS SetSetting(OptionContext* context, const Setting& s, const char* value)
   if (!ParseSetting(s, value, &number)) {
     return STATUS_INVALID_PARAMETER;
   }
-  const NTSTATUS status = s.form == SF::kText ? WriteTextValue(context, s.name, value) : WriteU32Value(context, s.name, number);
+  const NTSTATUS status =
+      s.form == SF::kText ? WriteTextValue(context, s.name, value) : WriteU32Value(context, s.name, number);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic(s.writeFailure, value);
     return status;
