@@ -1,3 +1,9 @@
+// Locks, events and time (see sync.h). The results of pthread calls on these
+// default-attribute mutexes, condition variables and reader-writer locks are
+// not checked: on a live object they fail only on a caller's error (a lock
+// taken twice, a release by a non-owner), which the ownership fields and the
+// tests guard instead. clock_gettime on the monotonic and real-time clocks
+// cannot fail.
 #include "runtime/sync.h"
 
 #include <errno.h>
@@ -182,7 +188,7 @@ void WaitForRundown(RundownGuard* guard) {
     return;  // nobody held it; the word stays 1
   }
   RundownWaitBlock block;
-  (void)InitializeSyncEvent(&block.Event, true, false);
+  (void)InitializeSyncEvent(&block.Event, true, false);  // always STATUS_SUCCESS
   const std::uint64_t published = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(&block)) | kRundownActive;
   // The holder count taken over by the swap decides whether to wait. It is not
   // read back from the block: a holder may already have brought that to 0 and
@@ -200,7 +206,7 @@ void WaitForRundown(RundownGuard* guard) {
     }
   }
   if (taken != 0) {
-    (void)WaitSyncEvent(&block.Event, -1);
+    (void)WaitSyncEvent(&block.Event, -1);  // without a deadline it returns only once set
   }
   DeleteSyncEvent(&block.Event);
 }
@@ -397,10 +403,14 @@ NTSTATUS TvInitializeEventEx(TvEvent* event, std::uint32_t type, std::uint32_t i
 
 void TvSetEvent(TvEvent* event) {
   const std::uint64_t value = kEventFullCounter;
-  // EAGAIN on an event that is already set is harmless.
-  (void)!write(event->Descriptor, &value, sizeof(value));
+  if (write(event->Descriptor, &value, sizeof(value)) < 0) {
+    // EAGAIN: the counter is full, so the event is already set, which is what
+    // was asked. A write to a live eventfd fails in no other way.
+    return;
+  }
 }
 
+// Reading a counter that is already 0 fails with EAGAIN: the event is reset either way.
 void TvResetEvent(TvEvent* event) { (void)Consume(event->Descriptor); }
 
 bool TvReadEvent(TvEvent* event) {
