@@ -34,9 +34,13 @@ class Tool:
         self._executable = executable
         self.warnings = []
 
+    def query(self, option):
+        """One `vantorctl -g --<option>` run: (rc, stdout, stderr)."""
+        return self._run([self._executable, "-g", "--" + option])
+
     def get(self, option):
-        rc, out, err = self._run([self._executable, "-g", "--" + option])
-        return parse_get(option, rc, out, err)
+        """The stored value of a setting (see parse_get)."""
+        return parse_get(option, *self.query(option))
 
     def change(self, option, text, force, update):
         """One set (text not None) or delete run. Returns (rc, stdout, stderr)."""
@@ -52,6 +56,12 @@ class Tool:
                 if line.startswith(_SIGNAL_FAILURES):
                     self.warnings.append("%s was stored, but the sensor was not signalled: %s" % (option, line))
         return rc, out, err
+
+
+def module_tool(module):
+    """A Tool running the module's `executable`, by default vantorctl on PATH."""
+    executable = module.params["executable"] or module.get_bin_path("vantorctl", required=True)
+    return Tool(module.run_command, executable)
 
 
 class Step:

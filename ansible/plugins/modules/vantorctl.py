@@ -19,8 +19,6 @@ description:
     fails with the tool's standard error in I(msg), saying what was put back.
   - The module never reads or writes the store file itself.
 version_added: "1.0.0"
-author:
-  - Marrowlight sensor team
 options:
   cid:
     description:
@@ -111,9 +109,8 @@ options:
         sensor (no PID file, say), the task succeeds with a warning.
     type: bool
     default: false
-  executable:
-    description: The vantorctl binary. By default C(vantorctl) found on C(PATH).
-    type: path
+extends_documentation_fragment:
+  - marrowlight.vantor.vantorctl
 attributes:
   check_mode:
     support: full
@@ -181,7 +178,7 @@ stderr:
 from ansible.module_utils.basic import AnsibleModule
 
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import (
-    TaskFailed, Tool, apply, plan,
+    TaskFailed, apply, module_tool, plan,
 )
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
@@ -244,8 +241,7 @@ def run(module):
     if both:
         raise TaskFailed("set and listed under absent at once: %s" % ", ".join(both))
 
-    executable = params["executable"] or module.get_bin_path("vantorctl", required=True)
-    tool = Tool(lambda argv: module.run_command(argv), executable)
+    tool = module_tool(module)
     touched = [option for option in SETTINGS if option in wanted or option in absent]
     current = {}
     for option in touched:

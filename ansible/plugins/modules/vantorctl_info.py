@@ -13,16 +13,13 @@ description:
     functionality mode) by running C(vantorctl -g) on the host, one run per value.
   - Changes nothing. The module never reads the store file itself.
 version_added: "1.0.0"
-author:
-  - Marrowlight sensor team
 options:
   show_secrets:
     description: Return the provisioning token itself instead of C(********).
     type: bool
     default: false
-  executable:
-    description: The vantorctl binary. By default C(vantorctl) found on C(PATH).
-    type: path
+extends_documentation_fragment:
+  - marrowlight.vantor.vantorctl
 attributes:
   check_mode:
     support: full
@@ -98,15 +95,15 @@ import re
 
 from ansible.module_utils.basic import AnsibleModule
 
-from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import Tool
+from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import module_tool
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
     READABLE, ReadError, param_name, typed,
 )
 
 
-def _query(module, executable, option):
+def _query(module, tool, option):
     """Standard output of `vantorctl -g --<option>`, or None and a warning."""
-    rc, out, err = module.run_command([executable, "-g", "--" + option])
+    rc, out, err = tool.query(option)
     if rc != 0:
         first = err.strip().split("\n")[0] if err.strip() else "exit status %d" % rc
         module.warn("The sensor did not answer --%s: %s" % (option, first))
@@ -114,20 +111,20 @@ def _query(module, executable, option):
     return out
 
 
-def status(module, executable):
+def status(module, tool):
     result = dict(version=None, systags=None, rfm_state=None, rfm_reason=None)
-    out = _query(module, executable, "version")
+    out = _query(module, tool, "version")
     if out is not None:
         found = re.search(r"^version = (.*)$", out, re.M)
         result["version"] = found.group(1) if found else None
-    out = _query(module, executable, "systags")
+    out = _query(module, tool, "systags")
     if out is not None:
         result["systags"] = [line.strip() for line in out.split("\n") if line.strip()]
-    out = _query(module, executable, "rfm-state")
+    out = _query(module, tool, "rfm-state")
     if out is not None:
         found = re.search(r"^rfm-state=(true|false)\.$", out, re.M)
         result["rfm_state"] = found.group(1) == "true" if found else None
-    out = _query(module, executable, "rfm-reason")
+    out = _query(module, tool, "rfm-reason")
     if out is not None:
         found = re.search(r"^rfm-reason=(.*)\.$", out, re.M)
         result["rfm_reason"] = found.group(1) if found else None
@@ -139,15 +136,14 @@ def main():
         argument_spec=dict(show_secrets=dict(type="bool", default=False), executable=dict(type="path")),
         supports_check_mode=True,
     )
-    executable = module.params["executable"] or module.get_bin_path("vantorctl", required=True)
-    tool = Tool(lambda argv: module.run_command(argv), executable)
+    tool = module_tool(module)
     settings = {}
     for option in READABLE:
         try:
             settings[param_name(option)] = typed(option, tool.get(option), module.params["show_secrets"])
         except ReadError as error:
             module.fail_json(msg=str(error))
-    module.exit_json(changed=False, settings=settings, status=status(module, executable))
+    module.exit_json(changed=False, settings=settings, status=status(module, tool))
 
 
 if __name__ == "__main__":

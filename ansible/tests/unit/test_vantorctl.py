@@ -204,7 +204,9 @@ class Documentation(unittest.TestCase):
     def test_options_match_the_argument_spec(self):
         import yaml
         from ansible_collections.marrowlight.vantor.plugins.modules import vantorctl as module
+        from ansible_collections.marrowlight.vantor.plugins.doc_fragments.vantorctl import ModuleDocFragment
         documented = yaml.safe_load(module.DOCUMENTATION)["options"]
+        documented.update(yaml.safe_load(ModuleDocFragment.DOCUMENTATION)["options"])
         spec = module._argument_spec()
         self.assertEqual(sorted(documented), sorted(spec))
         for name, entry in spec.items():
