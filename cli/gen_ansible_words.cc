@@ -3,7 +3,9 @@
 // Ansible modules take from this tool. The copy kept in ansible/ is compared
 // with this output by the ansible_words_current test, so the modules never
 // drift from the option table and the value tables.
+#include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 #include "cli/option_table.h"
