@@ -194,15 +194,24 @@ def mask_text(option, mask):
 
 # ---------------------------------------------------------------------------
 # Reading the tool's answers. Each read is its own `vantorctl -g --<option>`
-# run; stdout ends with the value line and the run's newline. Log lines of a
-# run moved into the host's namespaces come first, so the last line counts.
+# run; stdout ends with the value line and the run's newline. A run that moved
+# into the host's namespaces also writes its log lines there; they are left out.
 
 class ReadError(Exception):
     """A read that failed for a reason other than 'nothing stored'."""
 
 
+# A log line of the tool ends with a tab, "(<thread id>) [<message number>]".
+_LOG_LINE = re.compile(r"\t\(\d+\) \[\d+\]$")
+
+
+def answer_lines(stdout):
+    """The non-empty lines of a run's standard output, without log lines."""
+    return [line for line in stdout.split("\n") if line.strip() and not _LOG_LINE.search(line)]
+
+
 def _last_line(stdout):
-    lines = [line for line in stdout.split("\n") if line.strip()]
+    lines = answer_lines(stdout)
     return lines[-1] if lines else ""
 
 

@@ -97,7 +97,7 @@ from ansible.module_utils.basic import AnsibleModule
 
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import module_tool
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    READABLE, ReadError, param_name, typed,
+    READABLE, ReadError, answer_lines, param_name, typed,
 )
 
 
@@ -119,7 +119,7 @@ def status(module, tool):
         result["version"] = found.group(1) if found else None
     out = _query(module, tool, "systags")
     if out is not None:
-        result["systags"] = [line.strip() for line in out.split("\n") if line.strip()]
+        result["systags"] = [line.strip() for line in answer_lines(out)]
     out = _query(module, tool, "rfm-state")
     if out is not None:
         found = re.search(r"^rfm-state=(true|false)\.$", out, re.M)

@@ -50,8 +50,9 @@ class ReadingAnswers(unittest.TestCase):
             ("provisioning-token", "provisioning-token=0012ab34.\n", 0x12AB34),
             ("logcounters", "logcounters=false.\n", "false"),
             ("loginterval", "log interval=60 seconds.\n", 60),
-            # Log lines of a run moved into the host's namespaces come first.
-            ("trace", "2026-11-24 10:00:00 vantorctl: joined\ntrace=info.\n", "info"),
+            # Log lines of a run moved into the host's namespaces, before and after.
+            ("trace", "Tue Nov 24 10:00:00 2026 joined\t(41) [0]\ntrace=info.\n", "info"),
+            ("trace", "trace=info.\nTue Nov 24 10:00:00 2026 closing\t(41) [0]\n", "info"),
         ]
         for option, stdout, stored in cases:
             with self.subTest(option=option, stdout=stdout):
