@@ -188,7 +188,7 @@ from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_value
 
 
 def _argument_spec():
-    spec = {}
+    argspec = {}
     for option in SETTABLE:
         if option in BOOLEANS:
             entry = dict(type="bool")
@@ -202,14 +202,14 @@ def _argument_spec():
             entry["choices"] = list(CHOICES[option])
         if option == TOKEN:
             entry["no_log"] = True
-        spec[param_name(option)] = entry
-    spec.update(
+        argspec[param_name(option)] = entry
+    argspec.update(
         absent=dict(type="list", elements="str", default=[]),
         force=dict(type="bool", default=False),
         reload=dict(type="bool", default=False),
         executable=dict(type="path"),
     )
-    return spec
+    return argspec
 
 
 def _absent_options(names):

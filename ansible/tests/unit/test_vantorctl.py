@@ -208,15 +208,15 @@ class Documentation(unittest.TestCase):
         from ansible_collections.marrowlight.vantor.plugins.doc_fragments.vantorctl import ModuleDocFragment
         documented = yaml.safe_load(module.DOCUMENTATION)["options"]
         documented.update(yaml.safe_load(ModuleDocFragment.DOCUMENTATION)["options"])
-        spec = module._argument_spec()
-        self.assertEqual(sorted(documented), sorted(spec))
-        for name, entry in spec.items():
+        argspec = module._argument_spec()
+        self.assertEqual(sorted(documented), sorted(argspec))
+        for name, entry in argspec.items():
             with self.subTest(option=name):
                 self.assertEqual(documented[name]["type"], entry["type"])
                 self.assertEqual(documented[name].get("choices"), entry.get("choices"))
                 self.assertEqual(documented[name].get("elements"), entry.get("elements"))
                 self.assertEqual(documented[name].get("default"), entry.get("default"))
-        self.assertTrue(spec["provisioning_token"]["no_log"])
+        self.assertTrue(argspec["provisioning_token"]["no_log"])
 
 
 if __name__ == "__main__":
