@@ -109,7 +109,8 @@ NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries,
 
 // A value of 1 to 11 bytes holds no whole entry; rather than read past it, it
 // is reported as no history (the RFM options then print their not-set texts).
-NTSTATUS ReadRfmNewestEntry(const OptionContext* context, std::uint32_t* inRfm, std::uint32_t* reasonCode, std::uint32_t* backend) {
+NTSTATUS ReadRfmNewestEntry(const OptionContext* context, std::uint32_t* inRfm, std::uint32_t* reasonCode,
+                            std::uint32_t* backend) {
   HistoryArray entries;
   std::uint32_t count = 0;
   const NTSTATUS status = ReadRfmHistory(context, entries.out(), &count);

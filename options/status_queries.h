@@ -16,9 +16,9 @@ static_assert(sizeof(RfmHistoryEntry) == 12);
 
 inline constexpr std::uint32_t kRfmHistoryEntrySize = 12;
 
-// Reads (through context->store) the whole RFMHistory value into a new array of *count entries (a
-// trailing part shorter than one entry is ignored, so *count may be 0). The
-// caller frees *entries with TvFreePoolWithTag(*entries, TAG_TOOL). Statuses:
+// Reads the whole RFMHistory value (through context->store) into a new array
+// of *count entries (a trailing part shorter than one entry is ignored, so
+// *count may be 0). The caller frees *entries with TvFreePoolWithTag(*entries, TAG_TOOL). Statuses:
 // STATUS_SUCCESS; STATUS_NOT_FOUND when the value is absent, empty or its first
 // read fails in any way; STATUS_INSUFFICIENT_RESOURCES; the second read's
 // status. Out-parameters are written only on success.

@@ -158,7 +158,8 @@ TEST(BuildVendorPath, JoinsPartsAndRefusesOverflow) {
         {u"sub/", u"f", u"/opt/Marrowlight/sub/f"}, {u"sub", none, u"/opt/Marrowlight/sub/"}, {big, u"f", none},
         {big, none, u"/opt/Marrowlight/" + big + u"/"}, {big + u"s", none, none}, {big, u"ff", none}}) {
     const Name subName(sub), fileName(file);
-    const StringObject path(BuildVendorPath(sub == none ? nullptr : subName.get(), file == none ? nullptr : fileName.get()));
+    const StringObject path(
+        BuildVendorPath(sub == none ? nullptr : subName.get(), file == none ? nullptr : fileName.get()));
     EXPECT_TRUE(path ? View(*path.get()) == expected && path.get()->Buffer[expected.size()] == u'\0' : expected == none)
         << sub.size() << " " << file.size();
   }
