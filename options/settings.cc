@@ -18,7 +18,9 @@ using SF = SettingForm;
 // The longest text any kText row keeps, plus its terminator.
 constexpr std::size_t kTextBufferSize = 256;
 
-constexpr std::array kSettings{
+// A plain array: GCC 12 places a std::array whose type is deduced in writable
+// data, outside the read-only-after-relocation pages.
+constexpr Setting kSettings[] = {
     Setting{.option = "cid", .name = &names::kCustomerId, .form = SF::kIdentifier, .isProtected = true},
     Setting{.option = "aid", .name = &names::kAgentId, .form = SF::kIdentifier, .isProtected = true},
     Setting{.option = "apd",
