@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <getopt.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -190,6 +191,12 @@ bool Dispatch(ParseState* state) {
 }  // namespace
 
 int RunDriver(int argc, char** argv) {
+  // A reader that went away or a file-size limit makes a write fail with EPIPE
+  // or EFBIG, which the tool reports through its exit status, instead of ending
+  // the process part way (a store write-back included). signal() cannot fail
+  // for these two.
+  (void)signal(SIGPIPE, SIG_IGN);
+  (void)signal(SIGXFSZ, SIG_IGN);
   ReserveStandardDescriptors();
   if (!StartUp()) {
     return kExitFailure;

@@ -2,15 +2,18 @@
 
 #include <fcntl.h>
 #include <fnmatch.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string_view>
 
 #include "runtime/pool.h"
@@ -144,6 +147,24 @@ void ClearName(UNICODE_STRING* name) {
 
 namespace {
 
+// One openat() as the raw system call: glibc's syscall() reports failure as -1
+// with errno set; a raw kernel result of -4095..-1 is accepted as well. Returns
+// the descriptor, or kInvalidFile with the error in *err.
+FileHandle RawOpenAt(FileHandle directory, const char* path, int flags, int* err) {
+  const long result = syscall(SYS_openat, directory, path, flags, kCreateMode);
+  *err = 0;
+  if (result == -1) {
+    *err = errno;
+  } else if (result < 0 && result >= -4095) {
+    *err = static_cast<int>(-result);
+  }
+  if (*err != 0 || result < 0) {
+    *err = *err != 0 ? *err : EIO;
+    return kInvalidFile;
+  }
+  return static_cast<FileHandle>(result);
+}
+
 // OpenFileAt with extra POSIX flags that have no option bit (O_NONBLOCK).
 [[nodiscard]] NTSTATUS OpenWithFlags(FileHandle directory, const char* path, std::uint32_t access,
                                      std::uint32_t options, int extraFlags, FileHandle* out) {
@@ -178,23 +199,37 @@ namespace {
     flags |= O_CLOEXEC;
   }
 
-  // The raw system call: glibc's syscall() reports failure as -1 with errno set;
-  // a raw kernel result of -4095..-1 is accepted as well.
-  const long result = syscall(SYS_openat, directory, path, flags, kCreateMode);
+  // A file this call may create is first opened as it is; only when it is
+  // missing is it created, exclusively, so the call knows that the file is its
+  // own and can give it its mode whatever the umask. A file that appears
+  // between the two opens is opened again as it is.
+  const bool mayCreate = (flags & (O_CREAT | O_EXCL)) == O_CREAT;
+  bool created = false;
   int err = 0;
-  if (result == -1) {
-    err = errno;
-  } else if (result < 0 && result >= -4095) {
-    err = static_cast<int>(-result);
-  }
-  if (err != 0 || result < 0) {
-    if (err == ENOENT && (options & OPEN_QUIET_NOT_FOUND) != 0) {
-      return STATUS_OBJECT_NAME_NOT_FOUND;
+  FileHandle fd = kInvalidFile;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    const bool exclusive = !mayCreate || attempt % 2 == 1;
+    const int tryFlags = exclusive ? flags | ((flags & O_CREAT) != 0 ? O_EXCL : 0) : flags & ~O_CREAT;
+    fd = RawOpenAt(directory, path, tryFlags, &err);
+    if (fd != kInvalidFile) {
+      created = (tryFlags & O_CREAT) != 0;
+      break;
     }
-    TraceError(TRACE_COMPONENT_CORE, "Couldn't open file %s: %!ERRNO!", path, err);
+    if (!mayCreate || (exclusive ? err != EEXIST : err != ENOENT)) {
+      break;
+    }
+  }
+  if (fd == kInvalidFile) {
+    if (err != ENOENT || (options & OPEN_QUIET_NOT_FOUND) == 0) {
+      TraceError(TRACE_COMPONENT_CORE, "Couldn't open file %s: %!ERRNO!", path, err);
+    }
+    errno = err;
     return StatusFromOpenErrno(err);
   }
-  const auto fd = static_cast<FileHandle>(result);
+  if (created && fchmod(fd, kCreateMode) != 0) {
+    // The file works all the same, with the mode the umask left it.
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't set the mode of %s: %!ERRNO!", path, errno);
+  }
 
   if ((options & OPEN_SEEK_END) != 0 && lseek(fd, 0, SEEK_END) < 0) {
     TraceError(TRACE_COMPONENT_CORE, "Couldn't set file offset: %!ERRNO!", errno);
@@ -224,10 +259,13 @@ NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t o
     return status;
   }
   struct stat st {};
+  int err = 0;
   if (fstat(*out, &st) != 0) {
-    TraceError(TRACE_COMPONENT_CORE, "Couldn't stat file %s: %!ERRNO!", path, errno);
+    err = errno;
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't stat file %s: %!ERRNO!", path, err);
     status = STATUS_UNSUCCESSFUL;
   } else if (!S_ISREG(st.st_mode)) {
+    err = EINVAL;
     TraceError(TRACE_COMPONENT_CORE, "Refusing %s: not a regular file (mode %o)", path,
                static_cast<unsigned>(st.st_mode & S_IFMT));
     status = STATUS_FILE_INVALID;
@@ -235,6 +273,7 @@ NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t o
   if (!NT_SUCCESS(status)) {
     (void)close(*out);  // opened read-only or never written: nothing to lose
     *out = kInvalidFile;
+    errno = err;
   }
   return status;
 }
@@ -267,6 +306,46 @@ NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::
 }
 
 NTSTATUS CloseFile(FileHandle file) { return close(file) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL; }
+
+// ---- lock ---------------------------------------------------------------------
+
+namespace {
+
+std::int64_t MonotonicNanoseconds() {
+  timespec now{};
+  (void)clock_gettime(CLOCK_MONOTONIC, &now);  // cannot fail for this clock
+  return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
+}  // namespace
+
+NTSTATUS LockFileBounded(FileHandle file, int operation, const char* what) {
+  const std::int64_t deadline = MonotonicNanoseconds() + std::int64_t{kFileLockWaitSeconds} * 1'000'000'000;
+  long pause = 1'000'000;
+  int interrupted = 0;
+  for (;;) {
+    if (flock(file, operation | LOCK_NB) == 0) {
+      return STATUS_SUCCESS;
+    }
+    const int error = errno;
+    interrupted = error == EINTR ? interrupted + 1 : 0;
+    if (error != EWOULDBLOCK && (error != EINTR || interrupted > kInterruptedRetryLimit)) {
+      TraceError(TRACE_COMPONENT_CORE, "flock() failed:%d", error);
+      return STATUS_LOCK_NOT_GRANTED;
+    }
+    if (error == EINTR) {
+      continue;  // retried at once: nothing was waited for
+    }
+    if (MonotonicNanoseconds() >= deadline) {
+      TraceError(TRACE_COMPONENT_CORE, "The %s is locked by another process; gave up after %d seconds", what,
+                 kFileLockWaitSeconds);
+      return STATUS_LOCK_NOT_GRANTED;
+    }
+    const timespec wait{0, pause};
+    (void)nanosleep(&wait, nullptr);  // an interrupted pause only shortens it
+    pause = std::min(pause * 2, 32'000'000L);
+  }
+}
 
 // ---- delete -----------------------------------------------------------------
 
@@ -453,10 +532,12 @@ NTSTATUS WriteFile(FileHandle file, const void* buffer, std::uint32_t length, st
   return STATUS_SUCCESS;
 }
 
-NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length, std::uint64_t offset) {
+NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length, std::uint64_t offset,
+                           std::uint32_t* written) {
   const auto* bytes = static_cast<const std::uint8_t*>(buffer);
   std::uint32_t done = 0;
   int interrupted = 0;
+  NTSTATUS status = STATUS_SUCCESS;
   while (done < length) {
     const ssize_t n = pwrite(file, bytes + done, length - done, static_cast<off_t>(offset + done));
     if (n < 0 && errno == EINTR && ++interrupted <= kInterruptedRetryLimit) {
@@ -466,12 +547,16 @@ NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t le
     if (n <= 0) {
       const int err = n < 0 ? errno : EIO;
       TraceError(TRACE_COMPONENT_CORE, "Couldn't write to file: %!ERRNO!", err);
-      return STATUS_UNSUCCESSFUL;
+      status = STATUS_UNSUCCESSFUL;
+      break;
     }
     interrupted = 0;
     done += static_cast<std::uint32_t>(n);
   }
-  return STATUS_SUCCESS;
+  if (written != nullptr) {
+    *written = done;
+  }
+  return status;
 }
 
 // ---- rename, mkdir --------------------------------------------------------------

@@ -21,7 +21,7 @@ inline constexpr std::uint32_t FILE_ACCESS_READ = 1;
 inline constexpr std::uint32_t FILE_ACCESS_WRITE = 2;
 inline constexpr std::uint32_t FILE_ACCESS_READ_WRITE = 3;
 
-inline constexpr std::uint32_t OPEN_CREATE = 0x1;           // O_CREAT, mode 0660
+inline constexpr std::uint32_t OPEN_CREATE = 0x1;           // O_CREAT; a created file gets 0660 whatever the umask
 inline constexpr std::uint32_t OPEN_TRUNCATE = 0x2;         // O_TRUNC, needs write access
 inline constexpr std::uint32_t OPEN_SEEK_END = 0x4;         // offset at the end after the open
 inline constexpr std::uint32_t OPEN_QUIET_NOT_FOUND = 0x200;  // no log line for ENOENT
@@ -32,6 +32,8 @@ inline constexpr std::uint32_t OPEN_DIRECTORY = 0x8000;     // O_DIRECTORY
 inline constexpr std::uint32_t OPEN_PATH_ONLY = 0x10000;    // O_PATH
 inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
 
+// A failed open leaves its error in errno (after the log line is written), for
+// callers that try another way on some errors.
 [[nodiscard]] NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access,
                                   std::uint32_t options, FileHandle* out);
 [[nodiscard]] NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out);
@@ -75,10 +77,21 @@ inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
 // and EINTR (up to kInterruptedRetryLimit interruptions in a row); the
 // descriptor's own offset is untouched. Any other failure (or a write that makes
 // no progress) is logged and gives STATUS_UNSUCCESSFUL; bytes written before it
-// stay written.
+// stay written, and *written (when given) says how many that is.
 [[nodiscard]] NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length,
-                                         std::uint64_t offset);
+                                         std::uint64_t offset, std::uint32_t* written = nullptr);
 [[nodiscard]] NTSTATUS CloseFile(FileHandle file);
+
+// How long LockFileBounded waits for another process to let go of a lock.
+inline constexpr int kFileLockWaitSeconds = 10;
+// flock(file, operation) (LOCK_SH or LOCK_EX) without waiting for ever: the
+// lock is tried without blocking and retried with a growing pause (1 to 32 ms)
+// for at most kFileLockWaitSeconds; an interrupted try is retried at once, up
+// to kInterruptedRetryLimit times in a row. A refused flock logs
+// "flock() failed:<errno>", a lock still held after the wait logs "The <what> is
+// locked by another process; gave up after 10 seconds"; both give
+// STATUS_LOCK_NOT_GRANTED.
+[[nodiscard]] NTSTATUS LockFileBounded(FileHandle file, int operation, const char* what);
 
 [[nodiscard]] NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting);
 [[nodiscard]] NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent);

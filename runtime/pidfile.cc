@@ -182,6 +182,10 @@ NTSTATUS CreatePidFile() {
     TraceError(TRACE_COMPONENT_PIDFILE, "Error creating PID file: %!ERRNO!", err);
     return STATUS_UNSUCCESSFUL;
   }
+  if (fchmod(fd, 0600) != 0) {
+    // The umask took bits the file must have; it works all the same.
+    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot set the PID file's mode: %!ERRNO!", errno);
+  }
 
   if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "PID file cannot be locked: %!ERRNO!", errno);

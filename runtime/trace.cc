@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -84,6 +85,58 @@ void TraceWriteArgs(std::uint32_t level, std::uint32_t component, std::uint64_t 
 
 namespace {
 
+constexpr int kLogMode = 0600;
+
+// The C library's zone loading opens the zone file and reads it, and a FIFO
+// there would hold every run before it did anything. So the file it would
+// read is looked at first without opening it: TZ of the form ":path" or
+// "path" (a relative one under TZDIR or /usr/share/zoneinfo; an empty TZ means
+// "Universal" there), or
+// /etc/localtime with its links followed. If it exists and is no regular
+// file, the process uses UTC and the log says why; a missing file is left to
+// the C library as before. Called before the first time stamp is made.
+void UseUtcUnlessTheZoneFileIsRegular() {
+  const char* tz = std::getenv("TZ");
+  if (tz != nullptr && *tz == '\0') tz = "Universal";  // what the C library reads for an empty TZ
+  if (tz != nullptr && *tz == ':') ++tz;
+  if (tz != nullptr && *tz == '\0') return;  // UTC; no file named
+  char path[kLogPathSize];
+  if (tz == nullptr) {
+    tz = "/etc/localtime";
+  } else if (*tz != '/') {
+    const char* directory = std::getenv("TZDIR");
+    if (directory == nullptr || *directory == '\0') directory = "/usr/share/zoneinfo";
+    if (std::snprintf(path, sizeof path, "%s/%s", directory, tz) >= static_cast<int>(sizeof path)) return;
+    tz = path;
+  }
+  struct stat st {};
+  if (stat(tz, &st) != 0 || S_ISREG(st.st_mode)) return;
+  char zone[kLogPathSize];
+  std::snprintf(zone, sizeof zone, "%s", tz);  // the environment changes below
+  (void)putenv(const_cast<char*>("TZ=UTC0"));
+  tzset();
+  TraceError(TRACE_COMPONENT_CORE, "Time zone file %s is not a regular file; using UTC", zone);
+}
+
+// Opens the log for appending without following a final link or blocking on a
+// FIFO. A missing log is created exclusively and given kLogMode whatever the
+// umask; one that appears meanwhile is opened as it is. -1 with errno on failure.
+int OpenLogForAppending(const char* path) {
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    const bool create = attempt % 2 == 1;
+    const int fd = create ? open(path, kFlags | O_CREAT | O_EXCL, kLogMode) : open(path, kFlags);
+    if (fd != -1) {
+      if (create && fchmod(fd, kLogMode) != 0) {
+        syslog(LOG_ERR, "vantor: Cannot set the mode of log file %s, errno = %d", path, errno);
+      }
+      return fd;
+    }
+    if (errno != (create ? EEXIST : ENOENT)) break;
+  }
+  return -1;
+}
+
 // Makes `fd` (or -1 after a failed open with `error`) the log, closing the
 // previous one. On failure the process runs on with no log; only the system
 // log hears about it.
@@ -105,6 +158,7 @@ void InstallLog(int fd, int error, const char* path, const char* identity) {
     syslog(LOG_ERR, "vantor: Unable to open log file %s, errno = %d", path != nullptr ? path : "(null)", error);
   }
   if (identity != nullptr) openlog(identity, LOG_PID | LOG_NDELAY, LOG_DAEMON);
+  UseUtcUnlessTheZoneFileIsRegular();
   tzset();
   if (!gTrace.exitHandlerRegistered.exchange(true)) (void)std::atexit(TraceCloseLogFile);
 }
@@ -119,7 +173,7 @@ void TraceOpenLogFile(const char* path, const char* identity) {
   int fd = -1;
   int error = EINVAL;
   if (path != nullptr) {
-    fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    fd = OpenLogForAppending(path);
     error = errno;
     struct stat st {};
     if (fd != -1 && fstat(fd, &st) != 0) {

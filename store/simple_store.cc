@@ -5,7 +5,6 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/file.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,7 +17,6 @@
 #include "runtime/file.h"
 #include "runtime/little_endian.h"
 #include "runtime/pool.h"
-#include "runtime/retry.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
 #include "store/store_layout.h"
@@ -36,13 +34,20 @@ constexpr UNICODE_STRING kStoreFileName = TvConstantString(u"vantorstore");
 // Signals that end the process; held off while an image is written back.
 constexpr int kTerminationSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
 
+// The image buffer holds two images: the one being worked on, and behind it the
+// one the file held before the change, which a failed write-back puts back.
+constexpr std::size_t kImageBufferSize = 2 * L::kImageSize;
+
 // The one store of the process. Constant-initialised (all zero, descriptor -1):
-// nothing runs before main. `file` and `image` are set by a successful open and
-// cleared by close; `lock` is initialised at open and destroyed at close.
-// `owner` names the thread inside the locking frame (diagnosis only).
+// nothing runs before main. `file`, `image`, `before` and `readOnly` are set by
+// a successful open and cleared by close; `lock` is initialised at open and
+// destroyed at close. `owner` names the thread inside the locking frame
+// (diagnosis only).
 struct StoreState {
   FileHandle file = kInvalidFile;
-  std::uint8_t* image = nullptr;  // L::kImageSize bytes, TAG_SIMPLE_STORE; freed by close
+  std::uint8_t* image = nullptr;   // kImageBufferSize bytes, TAG_SIMPLE_STORE; freed by close
+  std::uint8_t* before = nullptr;  // image + L::kImageSize: the file's image before the change
+  bool readOnly = false;           // the file could only be opened for reading
   pthread_rwlock_t lock{};
   std::atomic<pthread_t> owner{0};
 };
@@ -97,54 +102,12 @@ class StoreLockGuard {
   StoreLockGuard& operator=(const StoreLockGuard&) = delete;
 };
 
-// How long an operation waits for another process to release the file lock
-// before it gives up; the sensor holds it only for single reads and writes.
-constexpr std::int64_t kLockWaitNanoseconds = 10'000'000'000;
-
-std::int64_t MonotonicNanoseconds() {
-  timespec now{};
-  (void)clock_gettime(CLOCK_MONOTONIC, &now);  // cannot fail for this clock
-  return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
-}
-
-// flock for the guard's lifetime, waiting at most kLockWaitNanoseconds: the
-// lock is tried without blocking and retried with a growing pause (1 to 32 ms),
-// so a process that never lets go cannot hang the tool; an interrupted try is
-// retried at once, up to kInterruptedRetryLimit times in a row. status() tells
-// whether the lock was had; the store is never read for a write or written
-// without it.
+// flock for the guard's lifetime, waiting at most kFileLockWaitSeconds for
+// another process (LockFileBounded). status() tells whether the lock was had;
+// the store is never read for a write or written without it.
 class FileLockGuard {
  public:
-  FileLockGuard(FileHandle file, int operation) : file_(file) {
-    const std::int64_t deadline = MonotonicNanoseconds() + kLockWaitNanoseconds;
-    long pause = 1'000'000;
-    int interrupted = 0;
-    for (;;) {
-      if (flock(file, operation | LOCK_NB) == 0) {
-        status_ = STATUS_SUCCESS;
-        return;
-      }
-      const int error = errno;
-      interrupted = error == EINTR ? interrupted + 1 : 0;
-      if (error != EWOULDBLOCK && (error != EINTR || interrupted > kInterruptedRetryLimit)) {
-        TraceError(kComponent, "flock() failed:%d", error);
-        status_ = STATUS_LOCK_NOT_GRANTED;
-        return;
-      }
-      if (error == EINTR) {
-        continue;  // retried at once: nothing was waited for
-      }
-      if (MonotonicNanoseconds() >= deadline) {
-        TraceError(kComponent, "The store is locked by another process; gave up after %d seconds",
-                   static_cast<int>(kLockWaitNanoseconds / 1'000'000'000));
-        status_ = STATUS_LOCK_NOT_GRANTED;
-        return;
-      }
-      const timespec wait{0, pause};
-      (void)nanosleep(&wait, nullptr);  // an interrupted pause only shortens it
-      pause = std::min(pause * 2, 32'000'000L);
-    }
-  }
+  FileLockGuard(FileHandle file, int operation) : file_(file), status_(LockFileBounded(file, operation, "store")) {}
   ~FileLockGuard() {
     if (NT_SUCCESS(status_) && flock(file_, LOCK_UN) != 0) {
       TraceError(kComponent, "Unlock attempt failed:%d", errno);
@@ -157,7 +120,7 @@ class FileLockGuard {
 
  private:
   FileHandle file_;
-  NTSTATUS status_ = STATUS_LOCK_NOT_GRANTED;
+  NTSTATUS status_;
 };
 
 // Blocks the termination signals in the calling thread; restores the previous
@@ -186,15 +149,16 @@ class TerminationSignalBlock {
   bool blocked_ = false;
 };
 
-// Reads the whole image from offset 0 with positioned reads, looping over short
-// reads; a file that ends early gives STATUS_END_OF_FILE.
-[[nodiscard]] NTSTATUS ReadSimpleStore(FileHandle file, std::uint8_t* image) {
+// Reads the whole image (or its first `length` bytes) from offset 0 with
+// positioned reads, looping over short reads; a file that ends early gives
+// STATUS_END_OF_FILE.
+[[nodiscard]] NTSTATUS ReadSimpleStore(FileHandle file, std::uint8_t* image, std::uint32_t length = kImageBytes) {
   NTSTATUS status = STATUS_SUCCESS;
   std::uint32_t done = 0;
-  while (done < kImageBytes) {
+  while (done < length) {
     std::uint32_t count = 0;
     const std::uint64_t offset = done;
-    status = ReadFileAtOffset(file, image + done, kImageBytes - done, &count, &offset);
+    status = ReadFileAtOffset(file, image + done, length - done, &count, &offset);
     if (!NT_SUCCESS(status)) {
       break;
     }
@@ -206,17 +170,40 @@ class TerminationSignalBlock {
   return status;
 }
 
+// Puts back what a failed write-back changed: the first `written` bytes of the
+// image the file held before (`before`, `beforeLength` bytes long), which is no
+// more than the failed write put in, so whatever stopped it (a file-size limit,
+// a full disk) lets these through; then the old length, when the file was
+// shorter, and an fsync. A failure here is logged; nothing else can be done.
+void RestoreSimpleStore(FileHandle file, const std::uint8_t* before, std::uint64_t beforeLength,
+                        std::uint32_t written) {
+  const auto length = static_cast<std::uint32_t>(std::min<std::uint64_t>(written, beforeLength));
+  if (length != 0 && !NT_SUCCESS(WriteFileAtOffset(file, before, length, 0))) {
+    TraceError(kComponent, "Failed to restore the store after a failed write");
+    return;
+  }
+  if ((beforeLength < written && ftruncate(file, static_cast<off_t>(beforeLength)) != 0) || fsync(file) != 0) {
+    TraceError(kComponent, "Failed to restore the store after a failed write: %!ERRNO!", errno);
+  }
+}
+
 // Writes the whole image at offset 0 and fsyncs, with the termination signals
-// held off throughout. Every step is checked; a failure is logged and returned.
-[[nodiscard]] NTSTATUS WriteSimpleStore(FileHandle file, const std::uint8_t* image) {
+// held off throughout. Every step is checked; a failure is logged, the bytes the
+// file held before are put back (RestoreSimpleStore), and the failure returned,
+// so the file holds the old image or the new one, never a mix of the two.
+[[nodiscard]] NTSTATUS WriteSimpleStore(FileHandle file, const std::uint8_t* image, const std::uint8_t* before,
+                                        std::uint64_t beforeLength) {
   const TerminationSignalBlock block;
-  const NTSTATUS status = WriteFileAtOffset(file, image, kImageBytes, 0);
+  std::uint32_t written = 0;
+  const NTSTATUS status = WriteFileAtOffset(file, image, kImageBytes, 0, &written);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed write to store: %!STATUS!", status);
+    RestoreSimpleStore(file, before, beforeLength, written);
     return status;
   }
   if (fsync(file) != 0) {
     TraceError(kComponent, "Failed to flush file: %!ERRNO!", errno);
+    RestoreSimpleStore(file, before, beforeLength, kImageBytes);
     return STATUS_UNSUCCESSFUL;
   }
   return STATUS_SUCCESS;
@@ -264,7 +251,8 @@ void ResetImage(std::uint8_t* image) {
   little_endian::Store<std::uint16_t>(image + L::kVersionOffset, L::kVersion);
 }
 
-// Re-reads and validates the image of the open store. Caller holds the locks.
+// Re-reads and validates the image of the open store, and keeps a copy as the
+// image before any change. Caller holds the locks.
 [[nodiscard]] NTSTATUS LoadImage() {
   const NTSTATUS status = ReadSimpleStore(g_store.file, g_store.image);
   if (!NT_SUCCESS(status)) {
@@ -275,15 +263,24 @@ void ResetImage(std::uint8_t* image) {
     TraceError(kComponent, "ValidateSimpleStore failed");
     return STATUS_DATA_ERROR;
   }
+  std::memcpy(g_store.before, g_store.image, L::kImageSize);
   return STATUS_SUCCESS;
 }
 
-// Writes the image back after a change. Caller holds the locks.
+// Writes the image back after a change; on success it is the image before the
+// next change. A store opened read-only refuses every change. Caller holds the
+// locks.
 [[nodiscard]] NTSTATUS WriteBackImage() {
-  const NTSTATUS status = WriteSimpleStore(g_store.file, g_store.image);
+  if (g_store.readOnly) {
+    TraceError(kComponent, "The store is opened read-only; the change is not written");
+    return STATUS_ACCESS_DENIED;
+  }
+  const NTSTATUS status = WriteSimpleStore(g_store.file, g_store.image, g_store.before, L::kImageSize);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed write to store:%x", static_cast<std::uint32_t>(status));
+    return status;
   }
+  std::memcpy(g_store.before, g_store.image, L::kImageSize);
   return status;
 }
 
@@ -321,12 +318,22 @@ template <typename Work>
 [[nodiscard]] NTSTATUS OpenWithImage(PoolBuffer image, const char* path) {
   UniqueFile file;
   NTSTATUS status = OpenRegularFile(path, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
+  bool readOnly = false;
+  if (!NT_SUCCESS(status) && (errno == EROFS || errno == EACCES || errno == EPERM)) {
+    // A read-only mount, an immutable or append-only file: the store can still
+    // be read. Every change is refused later, through its own failure path.
+    status = OpenRegularFile(path, FILE_ACCESS_READ, 0, file.out());
+    readOnly = NT_SUCCESS(status);
+    if (readOnly) {
+      TraceError(kComponent, "The store %s cannot be opened for writing; opened read-only", path);
+    }
+  }
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", path, status);
     return status;
   }
   // Declared after `file`, so the flock is released before the descriptor closes.
-  const FileLockGuard fileLock(file.get(), LOCK_EX);
+  const FileLockGuard fileLock(file.get(), readOnly ? LOCK_SH : LOCK_EX);
   if (!NT_SUCCESS(fileLock.status())) {
     return fileLock.status();
   }
@@ -339,6 +346,7 @@ template <typename Work>
   }
 
   auto* bytes = image.as<std::uint8_t>();
+  std::uint8_t* before = bytes + L::kImageSize;
   bool valid = false;
   std::uint64_t reported = length;  // an image of the right size that fails validation is reported as 0
   if (length == L::kImageSize) {
@@ -355,17 +363,28 @@ template <typename Work>
   if (!valid) {
     TraceError(kComponent, "Invalid file %s length: %d", path,
                static_cast<int>(std::min<std::uint64_t>(reported, INT_MAX)));
-    // The empty image goes in first and a longer file is cut after, so a
-    // failure at either step leaves a file that the next open repairs again,
-    // never a valid-looking image of the wrong size.
+    if (readOnly) {
+      TraceError(kComponent, "The store %s cannot be repaired: it is opened read-only", path);
+      return STATUS_ACCESS_DENIED;
+    }
+    // What the file held goes back if the repair fails part way. The empty
+    // image goes in first and a longer file is cut after, so a failure at
+    // either step leaves the file as it was.
+    const auto kept = static_cast<std::uint32_t>(std::min<std::uint64_t>(length, L::kImageSize));
+    if (length == L::kImageSize) {
+      std::memcpy(before, bytes, L::kImageSize);
+    } else if (kept != 0 && !NT_SUCCESS(status = ReadSimpleStore(file.get(), before, kept))) {
+      return status;
+    }
     ResetImage(bytes);
-    status = WriteSimpleStore(file.get(), bytes);
+    status = WriteSimpleStore(file.get(), bytes, before, length);
     if (!NT_SUCCESS(status)) {
       return status;
     }
     if (length > L::kImageSize) {
       if (ftruncate(file.get(), static_cast<off_t>(L::kImageSize)) != 0) {
         TraceError(kComponent, "Failed to truncate %s file: %!ERRNO!", path, errno);
+        RestoreSimpleStore(file.get(), before, length, kImageBytes);
         return STATUS_INSUFFICIENT_RESOURCES;
       }
       if (fsync(file.get()) != 0) {
@@ -379,6 +398,8 @@ template <typename Work>
   (void)pthread_rwlock_init(&g_store.lock, nullptr);
   g_store.owner.store(0);
   g_store.image = static_cast<std::uint8_t*>(image.release());
+  g_store.before = g_store.image + L::kImageSize;
+  g_store.readOnly = readOnly;
   g_store.file = file.release();  // fileLock still unlocks this descriptor on return
   return STATUS_SUCCESS;
 }
@@ -387,7 +408,7 @@ template <typename Work>
 
 NTSTATUS OpenSimpleStore() {
   CloseSimpleStore();
-  PoolBuffer image(L::kImageSize, TAG_SIMPLE_STORE);
+  PoolBuffer image(kImageBufferSize, TAG_SIMPLE_STORE);
   if (!image) {
     TraceError(kComponent, "Failed store buffer allocation");
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -408,7 +429,7 @@ NTSTATUS OpenSimpleStore() {
 
 NTSTATUS OpenSimpleStoreAt(const char* path) {
   CloseSimpleStore();
-  PoolBuffer image(L::kImageSize, TAG_SIMPLE_STORE);
+  PoolBuffer image(kImageBufferSize, TAG_SIMPLE_STORE);
   if (!image) {
     TraceError(kComponent, "Failed store buffer allocation");
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -422,6 +443,8 @@ void CloseSimpleStore() {
   }
   (void)CloseFile(g_store.file);
   g_store.file = kInvalidFile;
+  g_store.before = nullptr;
+  g_store.readOnly = false;
   TvFreePoolWithTag(std::exchange(g_store.image, nullptr), TAG_SIMPLE_STORE);
   (void)pthread_rwlock_destroy(&g_store.lock);
 }

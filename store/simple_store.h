@@ -21,7 +21,11 @@
 //
 // A write-back blocks SIGTERM, SIGINT, SIGHUP and SIGQUIT in the calling thread
 // from before the write through the fsync, then restores the previous mask, so a
-// termination request never tears the image; it takes effect right after.
+// termination request never tears the image; it takes effect right after. A
+// write-back whose write or fsync fails (a full disk, a file-size limit) writes
+// back the bytes the file held before over what it changed, then fails: the
+// file holds the old image or the new one, never a mix. The open's creation and
+// repair do the same with what the file held.
 //
 // A name is valid when its length in bytes is even and at most 22 (0 passes, as
 // on disk) and, if not empty, it has a buffer; names compare as raw bytes.
@@ -40,7 +44,10 @@
 // and, if it has the wrong size or any invalid slot, rewrites it empty. Never
 // reports a damaged file; fails when the file cannot be opened, locked, read,
 // sized or written, on allocation failure, and when the path is a symbolic link
-// or anything but a regular file (refused, never followed or written).
+// or anything but a regular file (refused, never followed or written). A file
+// that cannot be opened for writing (EROFS, EACCES, EPERM) is opened read-only,
+// with a log line: gets work, every set or delete that would change it fails
+// with STATUS_ACCESS_DENIED, and one that needs a repair fails the open.
 [[nodiscard]] NTSTATUS OpenSimpleStore();
 // Same, on another path (tests and tools). OpenSimpleStore uses the vendor path.
 // Opening while a store is open closes the open one first.
