@@ -1,9 +1,18 @@
 // The registry's file: load (OpenRegistry), flush through "<path>.tmp" and a
 // rename, close, and the text dump. The layout lives in registry_format.h.
 //
-// Process state (no static constructors): the root pointer, the rundown guard
-// and the two paths. OpenRegistry and CloseRegistry are serialised by their
-// caller; everything else holds the guard and then the registry lock.
+// Process state (no static constructors): the root pointer, the rundown guard,
+// the two paths, the directory lock and what a flush must keep of the file.
+// OpenRegistry and CloseRegistry are serialised by their caller; everything
+// else holds the guard and then the registry lock.
+//
+// Between processes, the whole cycle of load, query and flush is one process's
+// at a time: OpenRegistry takes an exclusive flock on the directory that holds
+// the file (which no flush replaces) before it loads, and CloseRegistry lets go
+// of it after its flush. The wait is bounded like the store's. A flush renames
+// or removes only the temporary file it created itself, and gives the new file
+// the mode and owner the loaded one had.
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,10 +23,13 @@
 #include <limits>
 #include <new>
 #include <span>
+#include <string_view>
+#include <utility>
 
 #include "registry/registry.h"
 #include "registry/registry_format.h"
 #include "registry/registry_internal.h"
+#include "runtime/file.h"
 #include "runtime/little_endian.h"
 #include "runtime/pool.h"
 #include "runtime/trace.h"
@@ -33,6 +45,21 @@ constinit RundownGuard g_guard{};
 // Both empty while no open has been attempted or after a close.
 constinit UNICODE_STRING g_registryPath{0, 0, nullptr};
 constinit UNICODE_STRING g_tempPath{0, 0, nullptr};
+// The registry's directory, open and locked while the registry is open.
+constinit FileHandle g_directoryLock = kInvalidFile;
+// The loaded file's mode and owner, which the flushed file gets.
+struct FileAttributes {
+  mode_t mode = 0660;
+  uid_t owner = 0;
+  gid_t group = 0;
+};
+constinit FileAttributes g_fileAttributes{};
+// The temporary file the running flush attempt created; zero when none.
+struct FileIdentity {
+  dev_t device = 0;
+  ino_t inode = 0;
+};
+constinit FileIdentity g_tempFile{};
 
 constexpr char16_t kDefaultRegistryPath[] = u"" VANTOR_VENDOR_DIR "/Registry.bin";
 constexpr UNICODE_STRING kTempSuffixString = TvConstantString(fmt::kTempSuffix);
@@ -413,22 +440,92 @@ RundownGuard* RegistryRundownGuard() { return &g_guard; }
   return STATUS_SUCCESS;
 }
 
-// Removes the temporary file if it is a regular file (a failed flush's own
-// leftover); a link, a directory or anything else there is left alone.
+// Locks the registry's directory for the cycle of this open (see the top of
+// the file). The directory is opened without following a final link.
+[[nodiscard]] NTSTATUS LockRegistryDirectory() {
+  Utf8String path;
+  NTSTATUS status = path.Convert(&g_registryPath);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  const std::string_view text(path.c_str(), path.size());
+  const std::size_t slash = text.rfind('/');
+  PoolBuffer copy(slash == std::string_view::npos ? 2 : slash + 2, TAG_REGISTRY);
+  if (!copy) {
+    return STATUS_INSUFFICIENT_RESOURCES;
+  }
+  auto* directory = copy.as<char>();
+  if (slash == std::string_view::npos) {
+    std::memcpy(directory, ".", 2);
+  } else {
+    std::memcpy(directory, text.data(), slash == 0 ? 1 : slash);
+    directory[slash == 0 ? 1 : slash] = '\0';
+  }
+  UniqueFile lock;
+  status = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY | OPEN_NO_FOLLOW, lock.out());
+  if (NT_SUCCESS(status)) {
+    status = LockFileBounded(lock.get(), LOCK_EX, "registry");
+  }
+  if (!NT_SUCCESS(status)) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Could not lock the registry's directory %s: %!STATUS!", directory, status);
+    return status;
+  }
+  g_directoryLock = lock.release();
+  return STATUS_SUCCESS;
+}
+
+// Closing the directory lets go of its lock.
+void UnlockRegistryDirectory() {
+  if (g_directoryLock != kInvalidFile) {
+    (void)CloseFile(std::exchange(g_directoryLock, kInvalidFile));
+  }
+}
+
+// Whether `path` still names the temporary file this flush attempt created.
+bool IsOwnTempFile(const char* path) {
+  struct stat st {};
+  return g_tempFile.inode != 0 && lstat(path, &st) == 0 && S_ISREG(st.st_mode) &&
+         st.st_dev == g_tempFile.device && st.st_ino == g_tempFile.inode;
+}
+
+// Removes the temporary file if it is the one this attempt created (a failed
+// flush's own leftover); anything else there is left alone.
 void RemoveOwnTempFile() {
   Utf8String path;
   if (!NT_SUCCESS(path.Convert(&g_tempPath))) {
     return;
   }
-  struct stat st {};
-  if (lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && unlink(path.c_str()) != 0) {
+  if (IsOwnTempFile(path.c_str()) && unlink(path.c_str()) != 0) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Could not remove %s: %!ERRNO!", path.c_str(), errno);
   }
+  g_tempFile = FileIdentity{};
+}
+
+// Gives the new file the loaded file's mode and owner, and remembers which file
+// it is.
+[[nodiscard]] NTSTATUS AdoptTempFile(FileHandle file, const char* path) {
+  struct stat st {};
+  if (fstat(file, &st) != 0) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to stat %s: %!ERRNO!", path, errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  g_tempFile = FileIdentity{st.st_dev, st.st_ino};
+  if ((st.st_uid != g_fileAttributes.owner || st.st_gid != g_fileAttributes.group) &&
+      fchown(file, g_fileAttributes.owner, g_fileAttributes.group) != 0) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to set the owner of %s: %!ERRNO!", path, errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  if ((st.st_mode & 07777) != g_fileAttributes.mode && fchmod(file, g_fileAttributes.mode) != 0) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to set the mode of %s: %!ERRNO!", path, errno);
+    return STATUS_UNSUCCESSFUL;
+  }
+  return STATUS_SUCCESS;
 }
 
 // One attempt at writing the tree to a new temporary file, fsynced and closed.
-// A stale temporary file is unlinked first (unlink never follows a link); the
-// new one is created exclusively, so nothing planted there is ever written to.
+// A stale temporary file is unlinked first (unlink never follows a link): under
+// the directory lock no other run is flushing, so it is a dead run's. The new
+// one is created exclusively, so nothing planted there is ever written to.
 [[nodiscard]] NTSTATUS WriteTempFile(RegistryRoot* root) {
   Utf8String path;
   NTSTATUS status = path.Convert(&g_tempPath);
@@ -443,6 +540,10 @@ void RemoveOwnTempFile() {
   if (!NT_SUCCESS(status)) {
     return status;
   }
+  status = AdoptTempFile(file.get(), path.c_str());
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
   root->File = file.get();
   if (root->FirstStore != nullptr) {
     status = SerializeList(root->FirstStore, root->File);
@@ -454,6 +555,11 @@ void RemoveOwnTempFile() {
   }
   if (CloseFile(file.release()) != STATUS_SUCCESS && NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to close %s", path.c_str());
+    status = STATUS_UNSUCCESSFUL;
+  }
+  // Renamed only while the path still names this file.
+  if (NT_SUCCESS(status) && !IsOwnTempFile(path.c_str())) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "%s was replaced by another process; not renamed", path.c_str());
     status = STATUS_UNSUCCESSFUL;
   }
   return status;
@@ -473,9 +579,15 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   }
   InitializeRundownGuard(&g_guard);
   RundownReference reference(&g_guard);
+  status = LockRegistryDirectory();
+  if (!NT_SUCCESS(status)) {
+    FreePaths();  // back to the closed state
+    return status;
+  }
 
   PoolBuffer rootMemory(sizeof(RegistryRoot), TAG_REGISTRY);
   if (!rootMemory) {
+    UnlockRegistryDirectory();
     FreePaths();  // back to the closed state
     return STATUS_INSUFFICIENT_RESOURCES;
   }
@@ -491,6 +603,11 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   if (NT_SUCCESS(status)) {
     status = GetFileLength(file.get(), &length);
   }
+  struct stat st {};
+  if (NT_SUCCESS(status) && fstat(file.get(), &st) != 0) {
+    TraceError(TRACE_COMPONENT_REGISTRY, "Failed to stat the registry file: %!ERRNO!", errno);
+    status = STATUS_UNSUCCESSFUL;
+  }
   // The whole file is read before the registry counts as open: a file that
   // cannot be read whole fails the open, so a tree that lacks what the file
   // holds is never flushed over it.
@@ -499,9 +616,11 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   }
   if (!NT_SUCCESS(status)) {
     DestroyRecursiveLockBlock(&root->Lock);
+    UnlockRegistryDirectory();
     FreePaths();  // back to the closed state
     return status;
   }
+  g_fileAttributes = FileAttributes{static_cast<mode_t>(st.st_mode & 07777), st.st_uid, st.st_gid};
   g_root.store(static_cast<RegistryRoot*>(rootMemory.release()));  // open from here on
   if (length != 0) {
     // The parse status is not passed on: a damaged file loads up to the damage.
@@ -539,6 +658,7 @@ NTSTATUS FlushRegistry() {
     if (NT_SUCCESS(status)) {
       status = RenameFile(&g_tempPath, &g_registryPath, true);
       if (NT_SUCCESS(status)) {
+        g_tempFile = FileIdentity{};
         root->Dirty = 0;
         return STATUS_SUCCESS;
       }
@@ -569,6 +689,7 @@ void CloseRegistry() {
   root->~RegistryRoot();
   TvFreePoolWithTag(root, TAG_REGISTRY);
   FreePaths();
+  UnlockRegistryDirectory();
 }
 
 void DumpRegistry(RegistryPrinter printer) {

@@ -19,6 +19,14 @@
 //     rewrites it: never deleted or cut;
 //   - with status 0, have stored everything (the final image) and printed all
 //     of the clean run's output.
+// Then eight --systags runs at once, again and again: one of them is held up
+// at one step of its run in turn (strace's delay_enter on each of its calls of
+// openat, write, fsync, rename and unlink), and the seven others start while
+// it waits, each with every write slowed a little, so that their loads and
+// flushes fall into every gap of its own. Afterwards Registry.bin must be as a
+// clean run rewrites it (every tag and store it held), no temporary file may be
+// left, and every run must have printed the whole tag list or failed with
+// status 1.
 // Prints one line per violation, one figures line per scenario and the totals
 // "N runs, M calls covered, V violations"; exits 1 when V > 0.
 #include <fcntl.h>
@@ -71,6 +79,7 @@ const std::vector<Kind>& Kinds() {
       {"fstat", {"EIO", "EACCES"}},
       {"newfstatat", {"EIO", "EACCES"}},
       {"lseek", {"EIO"}},
+      {"fchmod", {"EPERM", "EIO"}},
       {"rename", {"EIO", "ENOSPC", "EACCES"}},
       {"unlink", {"EIO", "EACCES"}},
       {"symlink", {"EACCES", "ENOSPC"}},
@@ -116,13 +125,17 @@ void Reset(const Scenario& s) {
   if (!s.registry.empty() && !vt_test::WriteFileBytes(kRegistry, s.registry)) Die("seeding the registry");
 }
 
-// Runs argv with stdout and stderr in files under kWork; status as in Outcome.
-int Run(const std::vector<std::string>& args, bool namespaced) {
+std::string OutPath(int run) { return std::string(kWork) + "/out" + (run == 0 ? "" : std::to_string(run)); }
+
+// Starts argv with stdout and stderr in files under kWork (run 0: out and err;
+// run k: outk and errk) in a process group of its own.
+pid_t Spawn(const std::vector<std::string>& args, bool namespaced, int run = 0) {
   const pid_t pid = fork();
   if (pid < 0) Die("fork");
   if (pid == 0) {
-    const int out = open("/run/fault-walk/out", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const int err = open("/run/fault-walk/err", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const std::string errPath = std::string(kWork) + "/err" + (run == 0 ? "" : std::to_string(run));
+    const int out = open(OutPath(run).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (out < 0 || err < 0 || dup2(out, 1) < 0 || dup2(err, 2) < 0 || setpgid(0, 0) != 0) _exit(120);
     // A container's own /opt: the tool must find its way back to process 1's.
     if (namespaced && (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
@@ -135,11 +148,16 @@ int Run(const std::vector<std::string>& args, bool namespaced) {
     execvp(argv[0], argv.data());
     _exit(122);
   }
+  return pid;
+}
+
+// Waits for a spawned run; status as in Outcome.
+int Wait(pid_t pid, int seconds = kRunSeconds) {
   const int pidfd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
   if (pidfd < 0) Die("pidfd_open");
   pollfd p{pidfd, POLLIN, 0};
   int ready;
-  while ((ready = poll(&p, 1, kRunSeconds * 1000)) < 0 && errno == EINTR) {
+  while ((ready = poll(&p, 1, seconds * 1000)) < 0 && errno == EINTR) {
   }
   const bool hung = ready == 0;
   if (hung) (void)kill(-pid, SIGKILL);  // the whole group: strace and the tool
@@ -149,6 +167,8 @@ int Run(const std::vector<std::string>& args, bool namespaced) {
   if (hung) return -1;
   return WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
 }
+
+int Run(const std::vector<std::string>& args, bool namespaced) { return Wait(Spawn(args, namespaced)); }
 
 std::vector<std::string> StraceCommand(const std::string& tool, const Scenario& s, std::size_t optionCount,
                                        const std::vector<std::string>& straceArgs) {
@@ -275,6 +295,47 @@ Figures Walk(const std::string& tool, const Scenario& s, bool exhaustive) {
   return f;
 }
 
+// The interleaved --systags runs (see the top of the file).
+Figures Interleave(const std::string& tool, const Scenario& s) {
+  constexpr int kRuns = 8;
+  Figures f;
+  const Outcome clean = RunOnce(tool, s, s.options.size(), {"-o", "/dev/null"});
+  const std::map<std::string, unsigned> counts = CountCalls(tool, s);
+  for (const char* kind : {"openat", "write", "fsync", "rename", "unlink"}) {
+    const auto found = counts.find(kind);
+    for (unsigned n = 1; found != counts.end() && n <= found->second; ++n) {
+      const std::string step = std::string(kind) + ":delay_enter=300000:when=" + std::to_string(n);
+      Reset(s);
+      std::vector<pid_t> runs = {Spawn(StraceCommand(tool, s, s.options.size(), {"-o", "/dev/null", "-e", "inject=" + step}), false)};
+      for (int run = 1; run < kRuns; ++run) {
+        usleep(30'000);
+        runs.push_back(Spawn(StraceCommand(tool, s, s.options.size(), {"-o", "/dev/null", "-e", "inject=write:delay_enter=2000"}),
+                             false, run));
+      }
+      std::vector<std::string> wrong;
+      for (int run = 0; run < kRuns; ++run) {
+        const int status = Wait(runs[static_cast<std::size_t>(run)], 30);
+        const std::string out = vt_test::ReadFileBytes(OutPath(run)).value_or("");
+        if (!(status == 0 && out == clean.out) && status != 1) {
+          wrong.push_back("run " + std::to_string(run) + " ended with status " + std::to_string(status) +
+                          " and printed " + std::to_string(out.size()) + " bytes");
+        }
+      }
+      if (vt_test::ReadFileBytes(kRegistry) != clean.registry) wrong.push_back("Registry.bin lost what it held");
+      if (access(kRegistryTemp, F_OK) == 0) wrong.push_back("a temporary file is left");
+      ++f.runs;
+      for (const std::string& w : wrong) {
+        std::printf("VIOLATION interleaved %s, %s held up: %s\n", s.name, step.c_str(), w.c_str());
+        ++f.violations;
+      }
+    }
+  }
+  std::printf("interleaved %s: %lu rounds of %d runs, %lu violations\n", s.name, f.runs, kRuns, f.violations);
+  std::fflush(stdout);
+  f.runs *= kRuns;
+  return f;
+}
+
 std::vector<Scenario> Scenarios() {
   using vt_test::StoreImage;
   const std::string settings = StoreImage()
@@ -292,7 +353,10 @@ std::vector<Scenario> Scenarios() {
        "", true, false, false},
       {"forced delete", {"-d", "-f"}, {"--cid", "--tags"}, settings, "", false, false, false},
       {"system tags", {"-g"}, {"--systags"}, settings,
-       vt_test::Registry(vt_test::Bitmap({{0, 0x05}, {63, 0x80}}), {7, 1000}), false, false, false},
+       // The system tags and a store of some other component.
+       vt_test::Registry(vt_test::Bitmap({{0, 0x05}, {63, 0x80}}), {7, 1000}) + "\x01" + std::string(16, '\x42') +
+           "\x02" + std::string(16, '\x43'),
+       false, false, false},
       {"repair", {"-s"}, {"--trace=warn"}, damaged.bytes(), "", false, false, true},
       {"namespaced set", {"-s"}, {"--apd=true"}, settings, "", false, true, false},
   };
@@ -309,7 +373,8 @@ int main(int argc, char** argv) {
   const bool exhaustive = argc > 3 && std::string(argv[3]) == "exhaustive";
   if (mkdir(kWork, 0700) != 0 && errno != EEXIST) Die(kWork);
   Figures total;
-  for (const Scenario& s : Scenarios()) {
+  const std::vector<Scenario> scenarios = Scenarios();
+  for (const Scenario& s : scenarios) {
     pid_t daemon = -1;
     if (s.daemon) {
       if ((daemon = fork()) == 0) {
@@ -329,6 +394,13 @@ int main(int argc, char** argv) {
     if (daemon > 0) {
       (void)kill(daemon, SIGTERM);
       (void)waitpid(daemon, nullptr, 0);
+    }
+  }
+  for (const Scenario& s : scenarios) {
+    if (s.options == std::vector<std::string>{"--systags"}) {
+      const Figures f = Interleave(tool, s);
+      total.runs += f.runs;
+      total.violations += f.violations;
     }
   }
   std::printf("%lu runs, %lu calls covered, %lu violations\n", total.runs, total.calls, total.violations);
