@@ -25,7 +25,8 @@
 // it waits, each with every write slowed a little, so that their loads and
 // flushes fall into every gap of its own. Afterwards Registry.bin must be as a
 // clean run rewrites it (every tag and store it held), no temporary file may be
-// left, and every run must have printed the whole tag list or failed with
+// left, no run may have found its temporary file replaced (logged "not
+// renamed"), and every run must have printed the whole tag list or failed with
 // status 1.
 // Prints one line per violation, one figures line per scenario and the totals
 // "N runs, M calls covered, V violations"; exits 1 when V > 0.
@@ -323,6 +324,10 @@ Figures Interleave(const std::string& tool, const Scenario& s) {
       }
       if (vt_test::ReadFileBytes(kRegistry) != clean.registry) wrong.push_back("Registry.bin lost what it held");
       if (access(kRegistryTemp, F_OK) == 0) wrong.push_back("a temporary file is left");
+      // One run at a time: no flush ever finds its temporary file taken away.
+      if (vt_test::ReadFileBytes(kToolLogPath).value_or("").find("not renamed") != std::string::npos) {
+        wrong.push_back("a run lost its temporary file to another");
+      }
       ++f.runs;
       for (const std::string& w : wrong) {
         std::printf("VIOLATION interleaved %s, %s held up: %s\n", s.name, step.c_str(), w.c_str());

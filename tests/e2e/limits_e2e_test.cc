@@ -176,6 +176,27 @@ TEST_F(Limits, ATimeZoneFileThatIsNoRegularFileIsNotWaitedFor) {
   }
 }
 
+// Another query holding the registry's directory is waited for, 10 seconds at
+// most; then the query fails and leaves the registry alone.
+TEST_F(Limits, ARegistryHeldByAnotherQueryIsWaitedForTenSecondsAtMost) {
+  const std::string registry = Registry(Bitmap({{0, 1}}), {7});
+  SandboxOptions options;
+  options.files = {StoreSeed(StoreImage()), {kRegistryPath, registry}};
+  options.script =
+      "flock /opt/Marrowlight sleep 16 & holder=$!; sleep 0.5\n"
+      "start=$(date +%s%N); \"$VANTORCTL\" -g --systags; rc=$?; end=$(date +%s%N)\n"
+      "echo $(( (end - start) / 1000000 )) >\"$OUT/ms\"; kill $holder; exit $rc";
+  options.timeoutSeconds = 40;
+  const SandboxResult r = RunInSandbox(options);
+  ExpectRun(r, "\n", HandlerFailure("Could not read systags\n", "systags"), 1);
+  EXPECT_TRUE(SameBytes("the registry", r.File(kRegistryPath), registry));
+  const int ms = std::stoi(r.File(r.outDir + "/ms").value_or("0"));
+  EXPECT_GE(ms, 9900);
+  EXPECT_LT(ms, 15000);
+  EXPECT_TRUE(Contains(r.File("/var/log/vantorctl.log").value_or(""),
+                       "The registry is locked by another process; gave up after 10 seconds"));
+}
+
 TEST_F(Limits, CreatedFilesGetTheirModesWhateverTheUmask) {
   SandboxOptions options;
   options.files = {{kRegistryPath + std::string(".kept"), Registry(Bitmap({{0, 1}}), {7}), 0600}};
