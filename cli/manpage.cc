@@ -13,7 +13,9 @@ namespace {
 
 // Text with roff's special characters escaped: backslashes, minus signs (so
 // options print as hyphens a reader can copy), and a leading dot or quote.
-void PutText(FILE* stream, std::string_view text) {
+// With `breakable`, a line may break after each ',' and '|' (roff's \:), so a
+// long value syntax fits narrow terminals.
+void PutText(FILE* stream, std::string_view text, bool breakable = false) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     if (i == 0 && (c == '.' || c == '\'')) std::fputs("\\&", stream);
@@ -24,6 +26,7 @@ void PutText(FILE* stream, std::string_view text) {
     } else {
       std::fputc(c, stream);
     }
+    if (breakable && (c == ',' || c == '|')) std::fputs("\\:", stream);
   }
 }
 
@@ -75,7 +78,7 @@ void PutOption(FILE* stream, const OptionEntry& row) {
     std::fputs(".br\nWith \\fB\\-s\\fR: \\fB\\-\\-", stream);
     PutText(stream, row.longOption.name);
     std::fputs("\\fR", stream);
-    PutText(stream, row.valueSyntax);
+    PutText(stream, row.valueSyntax, true);
     std::fputs("\n", stream);
   }
   const char* separator = nullptr;
