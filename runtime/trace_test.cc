@@ -178,7 +178,9 @@ TEST_F(TraceLogTest, WritingALineNeverAllocates) {
     return;
   }
   char self[4096] = {};
-  ASSERT_GT(readlink("/proc/self/exe", self, sizeof(self) - 1), 0);
+  if (readlink("/proc/self/exe", self, sizeof(self) - 1) <= 0) {
+    GTEST_SKIP() << "no /proc/self/exe (a plain chroot without /proc?): the test re-runs itself through it";
+  }
   const std::string record = dir_ / "mtrace";
   const std::string command = "VT_TRACE_MTRACE_CHILD=1 LD_PRELOAD=libc_malloc_debug.so.0 MALLOC_TRACE=" + record +
                               " " + self + " --gtest_filter=TraceLogTest.WritingALineNeverAllocates >/dev/null";

@@ -1,0 +1,32 @@
+#!/usr/bin/env python3
+"""Says in one line how many tests a CTest run skipped, and why.
+
+CTest names the skipped tests but not their reasons. Run after the tests (the
+post-test command of CTestCustom.cmake) on the run's JUnit file, this groups
+the skipped tests by the reason each gave: GoogleTest's "Skipped" message, or
+the last line a script test printed before it exited with 77.
+"""
+import collections
+import sys
+import xml.etree.ElementTree as ET
+
+
+def reason(case):
+    lines = [line.strip() for line in (case.findtext("system-out") or "").splitlines()]
+    for i, line in enumerate(lines[:-1]):
+        if line.endswith(": Skipped"):
+            return lines[i + 1]
+    said = [line for line in lines if line and not line.startswith("[")]
+    return said[-1] if said else "no reason given"
+
+
+try:
+    cases = list(ET.parse(sys.argv[1]).getroot().iter("testcase"))
+except (OSError, ET.ParseError):
+    sys.exit(0)  # no JUnit file: ctest was run without the preset
+skipped = collections.Counter(reason(c) for c in cases if c.find("skipped") is not None)
+if not skipped:
+    print(f"Skipped: none of {len(cases)} tests.")
+else:
+    why = "; ".join(f"{n} because {r}" for r, n in skipped.most_common())
+    print(f"Skipped: {sum(skipped.values())} of {len(cases)} tests: {why}.")
