@@ -19,6 +19,9 @@
 //     rewrites it: never deleted or cut;
 //   - with status 0, have stored everything (the final image) and printed all
 //     of the clean run's output.
+// The clean run's trace also shows whether each store write-back (a pwrite64
+// and the fsync after it) ran with SIGTERM, SIGINT, SIGHUP and SIGQUIT blocked,
+// and a run whose fsync was failed must have logged it ("Failed to flush").
 // Then eight --systags runs at once, again and again: one of them is held up
 // at one step of its run in turn (strace's delay_enter on each of its calls of
 // openat, write, fsync, rename and unlink), and the seven others start while
@@ -105,6 +108,7 @@ struct Scenario {
 struct Outcome {
   int status = -1;  // exit status; 128 + signal; -1 for a hang
   std::string out;
+  std::string log;  // the trace log (a namespaced run's is part of `out`)
   std::string store;
   std::optional<std::string> registry;
 };
@@ -187,6 +191,7 @@ Outcome RunOnce(const std::string& tool, const Scenario& s, std::size_t optionCo
   Outcome o;
   o.status = Run(StraceCommand(tool, s, optionCount, straceArgs), s.namespaced);
   o.out = vt_test::ReadFileBytes("/run/fault-walk/out").value_or("");
+  o.log = vt_test::ReadFileBytes(kToolLogPath).value_or("") + (s.namespaced ? o.out : "");
   o.store = vt_test::ReadFileBytes(kStore).value_or("<no store>");
   o.registry = vt_test::ReadFileBytes(kRegistry);
   return o;
@@ -210,10 +215,12 @@ std::string Printed(const std::string& out, bool namespaced) {
   return kept;
 }
 
-// Call counts per kind from a clean run's strace log.
-std::map<std::string, unsigned> CountCalls(const std::string& tool, const Scenario& s) {
-  std::string names;
-  for (const Kind& k : Kinds()) names += std::string(names.empty() ? "" : ",") + k.name;
+// Call counts per kind from a clean run's strace log. The same log shows
+// whether every store write-back (each pwrite64 and the fsync after it) ran
+// with the termination signals blocked; a violation is printed and counted.
+std::map<std::string, unsigned> CountCalls(const std::string& tool, const Scenario& s, Figures* f) {
+  std::string names = "rt_sigprocmask";
+  for (const Kind& k : Kinds()) names += std::string(",") + k.name;
   const Outcome o = RunOnce(tool, s, s.options.size(), {"-o", "/run/fault-walk/calls", "-e", "trace=" + names});
   if (o.status != 0) {
     errno = 0;
@@ -222,6 +229,7 @@ std::map<std::string, unsigned> CountCalls(const std::string& tool, const Scenar
   }
   std::map<std::string, unsigned> counts;
   const std::string log = vt_test::ReadFileBytes("/run/fault-walk/calls").value_or("");
+  bool blocked = false, writing = false;
   std::size_t pos = 0;
   while (pos < log.size()) {
     std::size_t end = log.find('\n', pos);
@@ -233,7 +241,19 @@ std::map<std::string, unsigned> CountCalls(const std::string& tool, const Scenar
     while (!line.empty() && line[0] == ' ') line.erase(0, 1);
     if (line.rfind("<...", 0) == 0) continue;  // the second half of an interrupted call
     const std::size_t paren = line.find('(');
-    if (paren != std::string::npos) ++counts[line.substr(0, paren)];
+    if (paren == std::string::npos) continue;
+    const std::string call = line.substr(0, paren);
+    ++counts[call];
+    if (line.rfind("rt_sigprocmask(SIG_BLOCK, [HUP INT QUIT TERM]", 0) == 0) blocked = true;
+    if (line.rfind("rt_sigprocmask(SIG_SETMASK", 0) == 0) blocked = false;
+    if (call == "pwrite64" || (call == "fsync" && writing)) {
+      writing = call == "pwrite64";
+      if (!blocked) {
+        std::printf("VIOLATION %s: a store write-back with the termination signals not held off: %s\n", s.name,
+                    line.c_str());
+        ++f->violations;
+      }
+    }
   }
   return counts;
 }
@@ -255,6 +275,10 @@ void Check(const std::string& tool, const Scenario& s, const std::string& fault,
   if (o.status == 0 && Printed(o.out, s.namespaced) != Printed(clean.out, s.namespaced)) {
     wrong.push_back("status 0, but the output is not all there");
   }
+  // A failed fsync (store or registry) is never taken for a success.
+  if (fault.rfind("fsync:", 0) == 0 && o.log.find("Failed to flush") == std::string::npos) {
+    wrong.push_back("the failed fsync went unnoticed");
+  }
   for (const std::string& w : wrong) {
     std::printf("VIOLATION %s, %s: %s (status %d)\n", s.name, fault.c_str(), w.c_str(), o.status);
     ++f->violations;
@@ -263,7 +287,7 @@ void Check(const std::string& tool, const Scenario& s, const std::string& fault,
 
 Figures Walk(const std::string& tool, const Scenario& s, bool exhaustive) {
   Figures f;
-  const std::map<std::string, unsigned> counts = CountCalls(tool, s);
+  const std::map<std::string, unsigned> counts = CountCalls(tool, s, &f);
   const Outcome clean = RunOnce(tool, s, s.options.size(), {"-o", "/dev/null"});
   std::set<std::string> images = {s.store.empty() ? vt_test::StoreImage().bytes() : s.store};
   if (s.repairs) images.insert(vt_test::StoreImage().bytes());
@@ -301,7 +325,7 @@ Figures Interleave(const std::string& tool, const Scenario& s) {
   constexpr int kRuns = 8;
   Figures f;
   const Outcome clean = RunOnce(tool, s, s.options.size(), {"-o", "/dev/null"});
-  const std::map<std::string, unsigned> counts = CountCalls(tool, s);
+  const std::map<std::string, unsigned> counts = CountCalls(tool, s, &f);
   for (const char* kind : {"openat", "write", "fsync", "rename", "unlink"}) {
     const auto found = counts.find(kind);
     for (unsigned n = 1; found != counts.end() && n <= found->second; ++n) {
