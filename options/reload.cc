@@ -18,33 +18,29 @@ namespace {
 // is reused in between names a different process than the descriptor and gets
 // nothing. Plain kill() serves only kernels without pidfds. Returns 0 or the
 // errno to report.
-int SignalLockedOwner(int pidFile, std::int32_t pid) {
-  const long pidfd = syscall(SYS_pidfd_open, pid, 0);
-  if (pidfd < 0 && errno != ENOSYS) {
+int SignalLockedOwner(const UniqueFile& pidFile, std::int32_t pid) {
+  const UniqueFile pidfd(static_cast<FileHandle>(syscall(SYS_pidfd_open, pid, 0)));
+  if (!pidfd && errno != ENOSYS) {
     return errno;
   }
-  int error = PidFileOwnerLockError(pidFile);
-  if (error == 0) {
-    const long rc = pidfd >= 0 ? syscall(SYS_pidfd_send_signal, pidfd, SIGHUP, nullptr, 0) : kill(pid, SIGHUP);
-    error = rc == 0 ? 0 : errno;
+  const int error = PidFileOwnerLockError(pidFile.get());
+  if (error != 0) {
+    return error;
   }
-  if (pidfd >= 0) {
-    (void)close(static_cast<int>(pidfd));  // only a handle on the process: nothing to lose
-  }
-  return error;
+  const long rc = pidfd ? syscall(SYS_pidfd_send_signal, pidfd.get(), SIGHUP, nullptr, 0) : kill(pid, SIGHUP);
+  return rc == 0 ? 0 : errno;
 }
 
 }  // namespace
 
 void SignalSensorReload() {
-  int pidFile = -1;
+  UniqueFile pidFile;
   const std::int32_t pid = ReadPidFileKeepOpen(&pidFile);
   if (pid < 0) {
     PrintDiagnostic("Failed to get vantor PID from PID file %s: %s\n", kPidFilePath, std::strerror(-pid));
     return;
   }
   const int error = SignalLockedOwner(pidFile, pid);
-  (void)close(pidFile);  // read-only: nothing to lose
   if (error != 0) {
     PrintDiagnostic("Failed to send SIGHUP to vantor process (PID %d): %s\n", pid, std::strerror(error));
   }

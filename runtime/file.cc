@@ -46,84 +46,6 @@ constexpr NTSTATUS StatusFromOpenErrno(int err) {
   return out.Convert(path);
 }
 
-// Decodes one UTF-8 sequence at text[i]; returns its code point and advances i,
-// or returns -1 for an invalid, overlong, surrogate or out-of-range sequence.
-std::int32_t DecodeUtf8(std::string_view text, std::size_t& i) {
-  const auto byte = [&](std::size_t k) { return static_cast<std::uint8_t>(text[k]); };
-  const std::uint8_t lead = byte(i);
-  std::size_t extra;
-  std::uint32_t cp;
-  std::uint32_t min;
-  if (lead < 0x80) {
-    ++i;
-    return lead;
-  } else if ((lead & 0xE0) == 0xC0) {
-    extra = 1, cp = lead & 0x1Fu, min = 0x80;
-  } else if ((lead & 0xF0) == 0xE0) {
-    extra = 2, cp = lead & 0x0Fu, min = 0x800;
-  } else if ((lead & 0xF8) == 0xF0) {
-    extra = 3, cp = lead & 0x07u, min = 0x10000;
-  } else {
-    return -1;
-  }
-  if (text.size() - i <= extra) {
-    return -1;
-  }
-  for (std::size_t k = 1; k <= extra; ++k) {
-    const std::uint8_t b = byte(i + k);
-    if ((b & 0xC0) != 0x80) {
-      return -1;
-    }
-    cp = (cp << 6) | (b & 0x3Fu);
-  }
-  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-    return -1;
-  }
-  i += extra + 1;
-  return static_cast<std::int32_t>(cp);
-}
-
-// Builds a newly allocated, terminated UNICODE_STRING (tag index 2, freed with
-// RtlFreeUnicodeString) from UTF-8 text. The runtime's conversions only go the
-// other way; directory entries and resolved paths are the two places that need
-// this one, so it stays private here. Invalid UTF-8 gives STATUS_UNSUCCESSFUL
-// (a name that cannot round-trip is refused rather than repaired), text over
-// 32766 units STATUS_NAME_TOO_LONG, allocation failure STATUS_NO_MEMORY.
-// *out is written only on success.
-[[nodiscard]] NTSTATUS NewUnicodeFromUtf8(std::string_view text, UNICODE_STRING* out) {
-  std::size_t units = 0;
-  for (std::size_t i = 0; i < text.size();) {
-    const std::int32_t cp = DecodeUtf8(text, i);
-    if (cp < 0) {
-      return STATUS_UNSUCCESSFUL;
-    }
-    units += cp >= 0x10000 ? 2 : 1;
-  }
-  if ((units + 1) * 2 > kUnicodeStringMaxBytes) {
-    return STATUS_NAME_TOO_LONG;
-  }
-  PoolBuffer buffer((units + 1) * sizeof(WCHAR), TAG_STRING_BUFFER);
-  if (!buffer) {
-    return STATUS_NO_MEMORY;
-  }
-  WCHAR* dest = buffer.as<WCHAR>();
-  std::size_t n = 0;
-  for (std::size_t i = 0; i < text.size();) {
-    const auto cp = static_cast<std::uint32_t>(DecodeUtf8(text, i));
-    if (cp >= 0x10000) {
-      dest[n++] = static_cast<WCHAR>(0xD800 + ((cp - 0x10000) >> 10));
-      dest[n++] = static_cast<WCHAR>(0xDC00 + ((cp - 0x10000) & 0x3FF));
-    } else {
-      dest[n++] = static_cast<WCHAR>(cp);
-    }
-  }
-  dest[n] = 0;
-  out->Length = static_cast<std::uint16_t>(n * 2);
-  out->MaximumLength = static_cast<std::uint16_t>((n + 1) * 2);
-  out->Buffer = static_cast<WCHAR*>(buffer.release());
-  return STATUS_SUCCESS;
-}
-
 constexpr std::uint64_t FileTimeFromTimespec(const timespec& ts) {
   // (s * 10^9 + ns) / 100 without the intermediate nanosecond count, which would
   // overflow for times past 2262.
@@ -147,40 +69,12 @@ void ClearName(UNICODE_STRING* name) {
 
 namespace {
 
-// One openat() as the raw system call: glibc's syscall() reports failure as -1
-// with errno set; a raw kernel result of -4095..-1 is accepted as well. Returns
-// the descriptor, or kInvalidFile with the error in *err.
-FileHandle RawOpenAt(FileHandle directory, const char* path, int flags, int* err) {
-  const long result = syscall(SYS_openat, directory, path, flags, kCreateMode);
-  *err = 0;
-  if (result == -1) {
-    *err = errno;
-  } else if (result < 0 && result >= -4095) {
-    *err = static_cast<int>(-result);
+// The open flags of an access value and option bits (see file.h), or -1 for
+// a combination no open takes.
+int OpenFlags(std::uint32_t access, std::uint32_t options) {
+  if (access < FILE_ACCESS_READ || access > FILE_ACCESS_READ_WRITE || (options & ~OPEN_OPTIONS_VALID) != 0) {
+    return -1;
   }
-  if (*err != 0 || result < 0) {
-    *err = *err != 0 ? *err : EIO;
-    return kInvalidFile;
-  }
-  return static_cast<FileHandle>(result);
-}
-
-// OpenFileAt with extra POSIX flags that have no option bit (O_NONBLOCK).
-[[nodiscard]] NTSTATUS OpenWithFlags(FileHandle directory, const char* path, std::uint32_t access,
-                                     std::uint32_t options, int extraFlags, FileHandle* out) {
-  // A null out or path is refused before any call, like a bad access value.
-  if (out == nullptr) {
-    return STATUS_INVALID_PARAMETER;
-  }
-  *out = kInvalidFile;
-  if (path == nullptr || access < FILE_ACCESS_READ || access > FILE_ACCESS_READ_WRITE ||
-      (options & ~OPEN_OPTIONS_VALID) != 0) {
-    return STATUS_INVALID_PARAMETER;
-  }
-  if ((options & OPEN_TRUNCATE) != 0 && (access & FILE_ACCESS_WRITE) == 0) {
-    return STATUS_ACCESS_DENIED;
-  }
-
   struct FlagMap {
     std::uint32_t option;
     int flag;
@@ -189,7 +83,7 @@ FileHandle RawOpenAt(FileHandle directory, const char* path, int flags, int* err
       {OPEN_CREATE, O_CREAT},       {OPEN_TRUNCATE, O_TRUNC},       {OPEN_EXCLUSIVE, O_EXCL},
       {OPEN_NO_FOLLOW, O_NOFOLLOW}, {OPEN_DIRECTORY, O_DIRECTORY},  {OPEN_PATH_ONLY, O_PATH},
   };
-  int flags = static_cast<int>(access - 1) | extraFlags;
+  int flags = static_cast<int>(access - 1);
   for (const FlagMap& f : kFlags) {
     if ((options & f.option) != 0) {
       flags |= f.flag;
@@ -198,45 +92,47 @@ FileHandle RawOpenAt(FileHandle directory, const char* path, int flags, int* err
   if ((options & OPEN_INHERITABLE) == 0) {
     flags |= O_CLOEXEC;
   }
+  return flags;
+}
 
-  // A file this call may create is first opened as it is; only when it is
-  // missing is it created, exclusively, so the call knows that the file is its
-  // own and can give it its mode whatever the umask. A file that appears
-  // between the two opens is opened again as it is.
-  const bool mayCreate = (flags & (O_CREAT | O_EXCL)) == O_CREAT;
-  bool created = false;
-  int err = 0;
-  FileHandle fd = kInvalidFile;
-  for (int attempt = 0; attempt < 3; ++attempt) {
-    const bool exclusive = !mayCreate || attempt % 2 == 1;
-    const int tryFlags = exclusive ? flags | ((flags & O_CREAT) != 0 ? O_EXCL : 0) : flags & ~O_CREAT;
-    fd = RawOpenAt(directory, path, tryFlags, &err);
-    if (fd != kInvalidFile) {
-      created = (tryFlags & O_CREAT) != 0;
-      break;
-    }
-    if (!mayCreate || (exclusive ? err != EEXIST : err != ENOENT)) {
-      break;
-    }
+// Opens through `open` (OpenAt or OpenRegular) and logs what failed; errno
+// holds the failure's error when it returns.
+[[nodiscard]] NTSTATUS OpenLogged(OpenedFile (*open)(FileHandle, const char*, int, mode_t), FileHandle directory,
+                                  const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out) {
+  // A null out or path is refused before any call, like a bad access value.
+  if (out == nullptr) {
+    return STATUS_INVALID_PARAMETER;
   }
-  if (fd == kInvalidFile) {
-    if (err != ENOENT || (options & OPEN_QUIET_NOT_FOUND) == 0) {
-      TraceError(TRACE_COMPONENT_CORE, "Couldn't open file %s: %!ERRNO!", path, err);
-    }
-    errno = err;
-    return StatusFromOpenErrno(err);
+  *out = kInvalidFile;
+  const int flags = OpenFlags(access, options);
+  if (path == nullptr || flags < 0) {
+    return STATUS_INVALID_PARAMETER;
   }
-  if (created && fchmod(fd, kCreateMode) != 0) {
+  if ((options & OPEN_TRUNCATE) != 0 && (access & FILE_ACCESS_WRITE) == 0) {
+    return STATUS_ACCESS_DENIED;
+  }
+  OpenedFile opened = open(directory, path, flags, kCreateMode);
+  if (opened.type != 0) {
+    TraceError(TRACE_COMPONENT_CORE, "Refusing %s: not a regular file (mode %o)", path,
+               static_cast<unsigned>(opened.type));
+  } else if (opened.statFailed) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't stat file %s: %!ERRNO!", path, opened.error);
+  } else if (opened.error != 0 && (opened.error != ENOENT || (options & OPEN_QUIET_NOT_FOUND) == 0)) {
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't open file %s: %!ERRNO!", path, opened.error);
+  }
+  if (opened.error != 0) {
+    errno = opened.error;
+    return opened.type != 0 ? STATUS_FILE_INVALID : StatusFromOpenErrno(opened.error);
+  }
+  if (opened.modeError != 0) {
     // The file works all the same, with the mode the umask left it.
-    TraceError(TRACE_COMPONENT_CORE, "Couldn't set the mode of %s: %!ERRNO!", path, errno);
+    TraceError(TRACE_COMPONENT_CORE, "Couldn't set the mode of %s: %!ERRNO!", path, opened.modeError);
   }
-
-  if ((options & OPEN_SEEK_END) != 0 && lseek(fd, 0, SEEK_END) < 0) {
+  if ((options & OPEN_SEEK_END) != 0 && lseek(opened.file.get(), 0, SEEK_END) < 0) {
     TraceError(TRACE_COMPONENT_CORE, "Couldn't set file offset: %!ERRNO!", errno);
-    (void)close(fd);
     return STATUS_UNSUCCESSFUL;
   }
-  *out = fd;
+  *out = opened.file.release();
   return STATUS_SUCCESS;
 }
 
@@ -244,7 +140,7 @@ FileHandle RawOpenAt(FileHandle directory, const char* path, int flags, int* err
 
 NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access, std::uint32_t options,
                     FileHandle* out) {
-  return OpenWithFlags(directory, path, access, options, 0, out);
+  return OpenLogged(OpenAt, directory, path, access, options, out);
 }
 
 NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out) {
@@ -252,30 +148,7 @@ NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options,
 }
 
 NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out) {
-  // O_NONBLOCK keeps a FIFO or a device from stalling the open; on a regular
-  // file it changes nothing, so it is left set.
-  NTSTATUS status = OpenWithFlags(kCurrentDirectory, path, access, options | OPEN_NO_FOLLOW, O_NONBLOCK, out);
-  if (!NT_SUCCESS(status)) {
-    return status;
-  }
-  struct stat st {};
-  int err = 0;
-  if (fstat(*out, &st) != 0) {
-    err = errno;
-    TraceError(TRACE_COMPONENT_CORE, "Couldn't stat file %s: %!ERRNO!", path, err);
-    status = STATUS_UNSUCCESSFUL;
-  } else if (!S_ISREG(st.st_mode)) {
-    err = EINVAL;
-    TraceError(TRACE_COMPONENT_CORE, "Refusing %s: not a regular file (mode %o)", path,
-               static_cast<unsigned>(st.st_mode & S_IFMT));
-    status = STATUS_FILE_INVALID;
-  }
-  if (!NT_SUCCESS(status)) {
-    (void)close(*out);  // opened read-only or never written: nothing to lose
-    *out = kInvalidFile;
-    errno = err;
-  }
-  return status;
+  return OpenLogged(OpenRegular, kCurrentDirectory, path, access, options, out);
 }
 
 namespace {
@@ -305,7 +178,7 @@ NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::
   return OpenConverted(path, access, options, out, OpenFile);
 }
 
-NTSTATUS CloseFile(FileHandle file) { return close(file) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL; }
+NTSTATUS CloseFile(FileHandle file) { return UniqueFile(file).Close() ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL; }
 
 // ---- lock ---------------------------------------------------------------------
 
@@ -720,7 +593,7 @@ NTSTATUS ReadDirectoryEntryMatching(DIR* directory, const UNICODE_STRING* patter
     if (pattern != nullptr && fnmatch(patternUtf8.c_str(), entry->d_name, 0) != 0) {
       continue;
     }
-    const NTSTATUS status = NewUnicodeFromUtf8(entryName, name);
+    const NTSTATUS status = TvUtf8ToUnicodeString(entryName, name);
     if (!NT_SUCCESS(status)) {
       TraceError(TRACE_COMPONENT_CORE, "Could not convert entry to unicode string '%s': %!STATUS!", entry->d_name,
                  status);
@@ -845,7 +718,7 @@ NTSTATUS ExpandPath(const UNICODE_STRING* path, UNICODE_STRING* result) {
     TraceError(TRACE_COMPONENT_PATH, "Could not expand path '%s': %!STATUS!", utf8.c_str(), status);
     return status;
   }
-  status = NewUnicodeFromUtf8(View(resolved.get()), result);
+  status = TvUtf8ToUnicodeString(View(resolved.get()), result);
   if (!NT_SUCCESS(status) || result->Length == 0) {
     TraceError(TRACE_COMPONENT_PATH, "Could not convert UTF8 to Unicode path '%s'. %!STATUS!", resolved.get().Buffer,
                status);

@@ -8,14 +8,10 @@
 #include <dirent.h>
 
 #include <cstdint>
-#include <utility>
 
+#include "runtime/fd.h"
 #include "runtime/rtl_string.h"
 #include "runtime/status.h"
-
-using FileHandle = std::int32_t;  // a POSIX descriptor; -1 for none
-inline constexpr FileHandle kInvalidFile = -1;
-inline constexpr FileHandle kCurrentDirectory = -100;  // AT_FDCWD
 
 inline constexpr std::uint32_t FILE_ACCESS_READ = 1;
 inline constexpr std::uint32_t FILE_ACCESS_WRITE = 2;
@@ -119,34 +115,3 @@ inline constexpr int kFileLockWaitSeconds = 10;
 // ResolvePath of a UNICODE_STRING path, as a new UNICODE_STRING in *result (freed
 // with RtlFreeUnicodeString); any previous result is freed first.
 [[nodiscard]] NTSTATUS ExpandPath(const UNICODE_STRING* path, UNICODE_STRING* result);
-
-// RAII owner of a descriptor.
-class UniqueFile {
- public:
-  UniqueFile() = default;
-  explicit UniqueFile(FileHandle fd) : fd_(fd) {}
-  UniqueFile(UniqueFile&& o) noexcept : fd_(std::exchange(o.fd_, kInvalidFile)) {}
-  UniqueFile& operator=(UniqueFile&& o) noexcept {
-    if (this != &o) {
-      reset(std::exchange(o.fd_, kInvalidFile));
-    }
-    return *this;
-  }
-  UniqueFile(const UniqueFile&) = delete;
-  UniqueFile& operator=(const UniqueFile&) = delete;
-  ~UniqueFile() { reset(); }
-
-  FileHandle get() const { return fd_; }
-  FileHandle* out() { reset(); return &fd_; }
-  [[nodiscard]] FileHandle release() { return std::exchange(fd_, kInvalidFile); }
-  void reset(FileHandle fd = kInvalidFile) {
-    if (fd_ != kInvalidFile) {
-      (void)CloseFile(fd_);
-    }
-    fd_ = fd;
-  }
-  explicit operator bool() const { return fd_ != kInvalidFile; }
-
- private:
-  FileHandle fd_ = kInvalidFile;
-};

@@ -8,21 +8,23 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
+#include "runtime/fd.h"
 #include "runtime/retry.h"
 #include "runtime/trace.h"
 
 namespace {
 
 // Writer-side state (constant-initialised, no constructor runs). No lock: the
-// writer operations run at daemon start-up and shutdown only.
+// writer operations run at daemon start-up and shutdown only. The held
+// descriptor lives as long as the daemon, so it is a plain number here; every
+// other descriptor is a UniqueFile of the scope that opened it.
 int g_heldFile = -1;
 bool g_pidFileExisted = false;
 const char* g_pidFilePath = kPidFilePath;
 
-// Closes a descriptor, retrying nothing: on Linux the descriptor is gone even
-// when close() reports EINTR.
-void CloseQuietly(int fd) { (void)close(fd); }
+constexpr mode_t kPidFileMode = 0600;
 
 }  // namespace
 
@@ -71,40 +73,32 @@ constexpr long kPidMaxLimit = 4194304;
 // The system's largest PID: /proc/sys/kernel/pid_max, or kPidMaxLimit when that
 // cannot be read or makes no sense.
 long SystemPidMax() {
-  const int fd = open("/proc/sys/kernel/pid_max", O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) {
+  const OpenedFile opened = OpenRegular(kCurrentDirectory, "/proc/sys/kernel/pid_max", O_RDONLY | O_CLOEXEC, 0);
+  if (!opened.file) {
     return kPidMaxLimit;
   }
   char text[16] = {};
-  const ssize_t n = read(fd, text, sizeof(text) - 1);
-  CloseQuietly(fd);
+  const ssize_t n = read(opened.file.get(), text, sizeof(text) - 1);
   const long value = n > 0 ? std::strtol(text, nullptr, 10) : 0;
   return value > 0 && value <= kPidMaxLimit ? value : kPidMaxLimit;
 }
 
 }  // namespace
 
-std::int32_t ReadPidFileKeepOpen(int* file) {
-  *file = -1;
+std::int32_t ReadPidFileKeepOpen(UniqueFile* file) {
+  file->reset();
   // Never through a planted link, and never stuck on a FIFO.
-  const int fd = open(g_pidFilePath, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-  if (fd < 0) {
-    const int err = errno;
-    TraceError(TRACE_COMPONENT_PIDFILE, "Error opening PID file: %!ERRNO!", err);
-    return -err;
-  }
-  struct stat st {};
-  if (fstat(fd, &st) != 0) {
-    const int err = errno;
-    TraceError(TRACE_COMPONENT_PIDFILE, "Error reading PID file: %!ERRNO!", err);
-    CloseQuietly(fd);
-    return -err;
-  }
-  if (!S_ISREG(st.st_mode)) {
+  OpenedFile opened = OpenRegular(kCurrentDirectory, g_pidFilePath, O_RDONLY | O_CLOEXEC, 0);
+  if (opened.type != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "PID file is not a regular file");
-    CloseQuietly(fd);
     return -EINVAL;
   }
+  if (opened.error != 0) {
+    TraceError(TRACE_COMPONENT_PIDFILE, opened.statFailed ? "Error reading PID file: %!ERRNO!"
+                                                         : "Error opening PID file: %!ERRNO!", opened.error);
+    return -opened.error;
+  }
+  const FileHandle fd = opened.file.get();
 
   char text[kPidTextSize + 1] = {};  // one spare byte keeps the text terminated
   std::size_t total = 0;
@@ -120,7 +114,6 @@ std::int32_t ReadPidFileKeepOpen(int* file) {
         continue;
       }
       TraceError(TRACE_COMPONENT_PIDFILE, "Error reading PID file: %!ERRNO!", err);
-      CloseQuietly(fd);
       return -err;
     }
     interrupted = 0;
@@ -133,27 +126,21 @@ std::int32_t ReadPidFileKeepOpen(int* file) {
   const int err = errno;
   if (err != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "strtol error: %!ERRNO!", err);
-    CloseQuietly(fd);
     return -err;
   }
   // Beyond pid_max no process can have the number; cut to 32 bits it could name
   // another process, or with kill() a whole process group.
   if (value < 1 || value > SystemPidMax()) {
     TraceError(TRACE_COMPONENT_PIDFILE, "Invalid PID: %ld", value);
-    CloseQuietly(fd);
     return -ERANGE;
   }
-  *file = fd;
+  *file = std::move(opened.file);
   return static_cast<std::int32_t>(value);
 }
 
 std::int32_t ReadPidFile() {
-  int file = -1;
-  const std::int32_t pid = ReadPidFileKeepOpen(&file);
-  if (file != -1) {
-    CloseQuietly(file);
-  }
-  return pid;
+  UniqueFile file;
+  return ReadPidFileKeepOpen(&file);
 }
 
 int PidFileOwnerLockError(int file) {
@@ -172,24 +159,22 @@ int PidFileOwnerLockError(int file) {
 }
 
 NTSTATUS CreatePidFile() {
-  const int fd = open(g_pidFilePath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (fd < 0) {
-    const int err = errno;
-    if (err == EEXIST) {
-      TraceError(TRACE_COMPONENT_PIDFILE, "PID file already exists, not writing: %!ERRNO!", err);
+  OpenedFile opened = OpenAt(kCurrentDirectory, g_pidFilePath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPidFileMode);
+  if (!opened.file) {
+    if (opened.error == EEXIST) {
+      TraceError(TRACE_COMPONENT_PIDFILE, "PID file already exists, not writing: %!ERRNO!", opened.error);
       return STATUS_ALREADY_EXISTS_PIDFILE;
     }
-    TraceError(TRACE_COMPONENT_PIDFILE, "Error creating PID file: %!ERRNO!", err);
+    TraceError(TRACE_COMPONENT_PIDFILE, "Error creating PID file: %!ERRNO!", opened.error);
     return STATUS_UNSUCCESSFUL;
   }
-  if (fchmod(fd, 0600) != 0) {
+  if (opened.modeError != 0) {
     // The umask took bits the file must have; it works all the same.
-    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot set the PID file's mode: %!ERRNO!", errno);
+    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot set the PID file's mode: %!ERRNO!", opened.modeError);
   }
-
+  const FileHandle fd = opened.file.get();
   if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "PID file cannot be locked: %!ERRNO!", errno);
-    CloseQuietly(fd);
     return STATUS_LOCK_NOT_GRANTED;
   }
 
@@ -198,8 +183,7 @@ NTSTATUS CreatePidFile() {
   const NTSTATUS status = TvFormatString(text, sizeof(text), &length, "%d\n", static_cast<int>(getpid()));
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_PIDFILE, "Error converting PID: %!STATUS!", status);
-    (void)unlink(g_pidFilePath);
-    CloseQuietly(fd);
+    (void)unlink(g_pidFilePath);  // our own new file, still empty
     return status;
   }
 
@@ -214,21 +198,18 @@ NTSTATUS CreatePidFile() {
       }
       TraceError(TRACE_COMPONENT_PIDFILE, "Error writing PID file: %!ERRNO!", err);
       // The lock stays held: this daemon still owns the (incomplete) file.
-      g_heldFile = fd;
+      g_heldFile = opened.file.release();
       return STATUS_UNSUCCESSFUL;
     }
     interrupted = 0;
     done += static_cast<std::size_t>(n);
   }
-  g_heldFile = fd;
+  g_heldFile = opened.file.release();
   return status;
 }
 
 void RemovePidFile() {
-  if (g_heldFile != -1) {
-    CloseQuietly(g_heldFile);
-    g_heldFile = -1;
-  }
+  UniqueFile(std::exchange(g_heldFile, -1)).reset();  // dropping the lock
   if (unlink(g_pidFilePath) != 0) {
     const int err = errno;
     if (err == ENOENT) {
@@ -240,20 +221,18 @@ void RemovePidFile() {
 }
 
 NTSTATUS AcquirePidFile() {
-  const int fd = open(g_pidFilePath, O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
+  OpenedFile opened = OpenRegular(kCurrentDirectory, g_pidFilePath, O_RDONLY | O_CLOEXEC, 0);
+  UniqueFile& existing = opened.file;
+  if (opened.error == ENOENT) {
     g_pidFileExisted = false;
     return CreatePidFile();
   }
-  if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
-    // A live daemon holds the lock: leave its file alone.
-    CloseQuietly(fd);
-    g_pidFileExisted = true;
-    return STATUS_UNSUCCESSFUL;
-  }
-  // Stale: nobody holds the lock. Closing drops the lock we just took.
-  CloseQuietly(fd);
   g_pidFileExisted = true;
+  // A link or anything but a regular file there is nobody's PID file to take over.
+  if (!existing || flock(existing.get(), LOCK_EX | LOCK_NB) != 0) {
+    return STATUS_UNSUCCESSFUL;  // a live daemon holds the lock: its file stays as it is
+  }
+  existing.reset();  // stale: nobody held the lock; closing drops the one just taken
   RemovePidFile();
   return CreatePidFile();
 }

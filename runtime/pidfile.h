@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "runtime/fd.h"
 #include "runtime/status.h"
 
 inline constexpr char kPidFilePath[] = "/var/run/vantor-sensor.pid";
@@ -23,9 +24,9 @@ inline constexpr std::size_t kPidTextSize = 14;
 // open never follows a final symbolic link (-ELOOP) and never blocks (a FIFO is
 // refused). Takes no lock and never modifies the file.
 [[nodiscard]] std::int32_t ReadPidFile();
-// ReadPidFile that, on success, leaves the PID file open in *file (the caller
-// closes it) so that its owner's lock can be tested; *file is -1 on failure.
-[[nodiscard]] std::int32_t ReadPidFileKeepOpen(int* file);
+// ReadPidFile that, on success, leaves the PID file open in *file so that its
+// owner's lock can be tested; *file is empty on failure.
+[[nodiscard]] std::int32_t ReadPidFileKeepOpen(UniqueFile* file);
 // Tests the owner's lock on an open PID file with a non-blocking shared flock:
 // 0 when it is held (refused with EWOULDBLOCK: the daemon is alive), ESRCH when
 // it could be taken (a stale file; the probe lock is dropped again), or the

@@ -21,6 +21,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "runtime/fd.h"
 #include "runtime/trace.h"
 
 namespace {
@@ -118,25 +119,6 @@ void UseUtcUnlessTheZoneFileIsRegular() {
   TraceError(TRACE_COMPONENT_CORE, "Time zone file %s is not a regular file; using UTC", zone);
 }
 
-// Opens the log for appending without following a final link or blocking on a
-// FIFO. A missing log is created exclusively and given kLogMode whatever the
-// umask; one that appears meanwhile is opened as it is. -1 with errno on failure.
-int OpenLogForAppending(const char* path) {
-  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-  for (int attempt = 0; attempt < 3; ++attempt) {
-    const bool create = attempt % 2 == 1;
-    const int fd = create ? open(path, kFlags | O_CREAT | O_EXCL, kLogMode) : open(path, kFlags);
-    if (fd != -1) {
-      if (create && fchmod(fd, kLogMode) != 0) {
-        syslog(LOG_ERR, "vantor: Cannot set the mode of log file %s, errno = %d", path, errno);
-      }
-      return fd;
-    }
-    if (errno != (create ? EEXIST : ENOENT)) break;
-  }
-  return -1;
-}
-
 // Makes `fd` (or -1 after a failed open with `error`) the log, closing the
 // previous one. On failure the process runs on with no log; only the system
 // log hears about it.
@@ -170,26 +152,19 @@ void InstallLog(int fd, int error, const char* path, const char* identity) {
 // anything else is refused like a failed open, with a second system-log line
 // naming the reason.
 void TraceOpenLogFile(const char* path, const char* identity) {
-  int fd = -1;
-  int error = EINVAL;
+  OpenedFile opened;
+  opened.error = EINVAL;
   if (path != nullptr) {
-    fd = OpenLogForAppending(path);
-    error = errno;
-    struct stat st {};
-    if (fd != -1 && fstat(fd, &st) != 0) {
-      error = errno;
-      (void)close(fd);  // nothing was written to it
-      fd = -1;
-    } else if (fd != -1 && !S_ISREG(st.st_mode)) {
-      error = EINVAL;
+    opened = OpenRegular(kCurrentDirectory, path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kLogMode);
+    if (opened.type != 0) {
       syslog(LOG_ERR, "vantor: Refusing log file %s: not a regular file", path);
-      (void)close(fd);  // nothing was written to it
-      fd = -1;
-    } else if (fd == -1 && error == ELOOP) {
+    } else if (opened.error == ELOOP) {
       syslog(LOG_ERR, "vantor: Refusing log file %s: a symbolic link", path);
+    } else if (opened.modeError != 0) {
+      syslog(LOG_ERR, "vantor: Cannot set the mode of log file %s, errno = %d", path, opened.modeError);
     }
   }
-  InstallLog(fd, error, path, identity);
+  InstallLog(opened.file.release(), opened.error, path, identity);
 }
 
 void TraceOpenToolLog() { TraceOpenLogFile(kToolLogPath, nullptr); }

@@ -1,7 +1,8 @@
-// UTF-16 to UTF-8 conversion and the GUID text form.
+// Conversion between UTF-16 and UTF-8, and the GUID text form.
 #include "runtime/utf8.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "runtime/trace.h"
 
@@ -43,6 +44,43 @@ void EncodeCodePoint(std::uint32_t cp, std::size_t size, char* out) {
 
 // One empty text for descriptors that hold no buffer.
 constexpr WCHAR kEmptyText[1] = {u'\0'};
+
+// Decodes one UTF-8 sequence at text[i]; returns its code point and advances i,
+// or returns -1 for an invalid, overlong, surrogate or out-of-range sequence.
+std::int32_t DecodeUtf8(std::string_view text, std::size_t& i) {
+  const auto byte = [&](std::size_t k) { return static_cast<std::uint8_t>(text[k]); };
+  const std::uint8_t lead = byte(i);
+  std::size_t extra;
+  std::uint32_t cp;
+  std::uint32_t min;
+  if (lead < 0x80) {
+    ++i;
+    return lead;
+  } else if ((lead & 0xE0) == 0xC0) {
+    extra = 1, cp = lead & 0x1Fu, min = 0x80;
+  } else if ((lead & 0xF0) == 0xE0) {
+    extra = 2, cp = lead & 0x0Fu, min = 0x800;
+  } else if ((lead & 0xF8) == 0xF0) {
+    extra = 3, cp = lead & 0x07u, min = 0x10000;
+  } else {
+    return -1;
+  }
+  if (text.size() - i <= extra) {
+    return -1;
+  }
+  for (std::size_t k = 1; k <= extra; ++k) {
+    const std::uint8_t b = byte(i + k);
+    if ((b & 0xC0) != 0x80) {
+      return -1;
+    }
+    cp = (cp << 6) | (b & 0x3Fu);
+  }
+  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+    return -1;
+  }
+  i += extra + 1;
+  return static_cast<std::int32_t>(cp);
+}
 
 }  // namespace
 
@@ -179,3 +217,36 @@ NTSTATUS TvUnicodeStringToUtf8(char** out, std::size_t* length, const UNICODE_ST
   return STATUS_SUCCESS;
 }
 
+NTSTATUS TvUtf8ToUnicodeString(std::string_view text, UNICODE_STRING* out) {
+  std::size_t units = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    const std::int32_t cp = DecodeUtf8(text, i);
+    if (cp < 0) {
+      return STATUS_UNSUCCESSFUL;
+    }
+    units += cp >= 0x10000 ? 2 : 1;
+  }
+  if ((units + 1) * 2 > kUnicodeStringMaxBytes) {
+    return STATUS_NAME_TOO_LONG;
+  }
+  PoolBuffer buffer((units + 1) * sizeof(WCHAR), TAG_STRING_BUFFER);
+  if (!buffer) {
+    return STATUS_NO_MEMORY;
+  }
+  WCHAR* dest = buffer.as<WCHAR>();
+  std::size_t n = 0;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto cp = static_cast<std::uint32_t>(DecodeUtf8(text, i));
+    if (cp >= 0x10000) {
+      dest[n++] = static_cast<WCHAR>(0xD800 + ((cp - 0x10000) >> 10));
+      dest[n++] = static_cast<WCHAR>(0xDC00 + ((cp - 0x10000) & 0x3FF));
+    } else {
+      dest[n++] = static_cast<WCHAR>(cp);
+    }
+  }
+  dest[n] = 0;
+  out->Length = static_cast<std::uint16_t>(n * 2);
+  out->MaximumLength = static_cast<std::uint16_t>((n + 1) * 2);
+  out->Buffer = static_cast<WCHAR*>(buffer.release());
+  return STATUS_SUCCESS;
+}

@@ -1,12 +1,12 @@
-// UTF-16 to UTF-8 conversion and the GUID type. A lone surrogate is never
-// repaired; the conversion fails with STATUS_UNSUCCESSFUL. The other direction
-// is needed only for directory entries and resolved paths, and stays private
-// to runtime/file.cc (NewUnicodeFromUtf8).
+// Conversion between UTF-16 and UTF-8, both directions, and the GUID type. A
+// lone surrogate or an invalid UTF-8 sequence is never repaired; the
+// conversion fails with STATUS_UNSUCCESSFUL.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 #include "runtime/pool.h"
 #include "runtime/rtl_string.h"
@@ -78,3 +78,11 @@ class Utf8String {
   char* text_ = nullptr;
   std::size_t length_ = 0;
 };
+
+// A newly allocated, terminated UNICODE_STRING (tag index 2, freed with
+// RtlFreeUnicodeString) from UTF-8 text, as directory entries and resolved
+// paths need it. Invalid UTF-8 gives STATUS_UNSUCCESSFUL (a name that cannot
+// round-trip is refused rather than repaired), text over 32766 units
+// STATUS_NAME_TOO_LONG, allocation failure STATUS_NO_MEMORY. *out is written
+// only on success.
+[[nodiscard]] NTSTATUS TvUtf8ToUnicodeString(std::string_view text, UNICODE_STRING* out);
