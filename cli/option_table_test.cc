@@ -12,7 +12,6 @@
 #include "cli/completion.h"
 #include "cli/manpage.h"
 #include "cli/usage.h"
-#include "tests/support/usage_text.h"
 
 namespace {
 
@@ -59,10 +58,6 @@ TEST(OptionTable, RowsAreConsistent) {
   EXPECT_EQ(withoutHandler, (std::set<std::string>{"update", "help"}));
   EXPECT_EQ(gOptionTable[kRowHelp].allowedModes, kModeHelp);
 }
-
-// Byte for byte, so it also pins which rows each mode's block lists and in
-// which order.
-TEST(Usage, TextIsExact) { EXPECT_EQ(Capture([](FILE* s) { PrintUsage(s); }), vt_test::kExpectedUsage); }
 
 // The manual page lists every option the usage text shows, and no other.
 TEST(ManPage, ListsEveryVisibleOption) {

@@ -157,22 +157,10 @@ std::string BuildScript(const SandboxOptions& options, const std::string& work, 
   for (const std::string& root : roots) {
     s += "mount -t tmpfs tmpfs /" + root + "\n";
   }
-  if (options.procTmpfs) {
-    // Processes still need /proc (the sanitizers' runtimes read /proc/self and
-    // /proc/<pid>): keep a real proc instance under the tmpfs and link its
-    // entries, and the PIDs this young namespace will hand out, into place.
-    s += "mkdir /proc/.host\nmount -t proc proc /proc/.host\n"
-         "(cd /proc && ln -s .host/* . && ln -sf $(seq -f .host/%g 1 1024) .)\n";
-  }
   for (const std::string& root : roots) {
     s += "if [ -d " + w + "/seed/" + root + " ]; then cp -a " + w + "/seed/" + root + "/. /" + root + "/; fi\n";
   }
-  for (const std::string& dir : options.dirs) {
-    s += "mkdir -p " + ShellQuote(dir) + "\n";
-  }
-  if (options.createVendorDir) {
-    s += "mkdir -p /opt/Marrowlight\nchmod 0770 /opt/Marrowlight\n";
-  }
+  s += "mkdir -p /opt/Marrowlight\nchmod 0770 /opt/Marrowlight\n";
   for (const std::string& assignment : options.env) {
     s += "export " + ShellQuote(assignment) + "\n";
   }
@@ -188,9 +176,6 @@ std::string BuildScript(const SandboxOptions& options, const std::string& work, 
   }
   s += " <" + std::string("/dev/null") + " >" + w + "/stdout 2>" + w + "/stderr\n";
   s += "echo $? >" + w + "/status\nset -e\n";
-  if (options.procTmpfs) {
-    s += "umount /proc/.host\nrmdir /proc/.host\nfind /proc -maxdepth 1 -type l -lname '.host/*' -delete\n";
-  }
   for (const std::string& root : roots) {
     s += "mkdir -p " + w + "/after/" + root + "\ncp -a /" + root + "/. " + w + "/after/" + root + "/\n";
   }
@@ -295,9 +280,6 @@ SandboxResult RunInSandbox(const SandboxOptions& options) {
   if (IsRealDirectory("/var/run")) {
     roots.emplace_back("var/run");
   }
-  if (options.procTmpfs) {
-    roots.emplace_back("proc");
-  }
 
   bool seeded = mkdir((work + "/seed").c_str(), 0755) == 0;
   for (const SeedFile& seed : options.files) {
@@ -346,13 +328,6 @@ SandboxResult RunInSandbox(const SandboxOptions& options) {
   }
   RemoveTree(work);
   return result;
-}
-
-SandboxResult RunTool(std::vector<std::string> args, std::vector<SeedFile> files) {
-  SandboxOptions options;
-  options.args = std::move(args);
-  options.files = std::move(files);
-  return RunInSandbox(options);
 }
 
 }  // namespace vt_test

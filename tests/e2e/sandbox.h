@@ -31,7 +31,7 @@ class SandboxTest : public ::testing::Test {
 const std::string& VantorctlPath();
 
 struct SeedFile {
-  std::string path;     // absolute, under /opt, /var/log, /run, /var/run (or /proc with procTmpfs)
+  std::string path;     // absolute, under /opt, /var/log, /run or /var/run
   std::string content;  // bytes
   mode_t mode = 0660;
 };
@@ -40,18 +40,9 @@ struct SandboxOptions {
   // argv[1..] of the program; the program is vantorctl unless `program` is set.
   std::vector<std::string> args;
   std::string program;
-  // Files and directories created inside the sandbox before the run (parents are
-  // created as needed). /opt/Marrowlight is created (mode 0770) unless
-  // createVendorDir is false.
+  // Files created inside the sandbox before the run (parents are created as
+  // needed), after /opt/Marrowlight (mode 0770).
   std::vector<SeedFile> files;
-  std::vector<std::string> dirs;
-  bool createVendorDir = true;
-  // Mount a tmpfs over /proc as well (after the namespaces are set up), so a
-  // test can create /proc/vantor_lsm_serviceable/systags. The sandbox's own proc
-  // instance stays reachable through links in that tmpfs (/proc/self, /proc/<pid>,
-  // /proc/1/ns...), so the tool still runs as not namespaced and sanitizer
-  // runtimes still find what they read.
-  bool procTmpfs = false;
   // Instead of one program run: a /bin/sh script run inside the sandbox after
   // seeding, with $VANTORCTL set to the binary and $OUT to a writable host
   // directory for extra results. Its stdout/stderr/exit status are captured.
@@ -75,8 +66,5 @@ struct SandboxResult {
 };
 
 SandboxResult RunInSandbox(const SandboxOptions& options);
-
-// Shorthand: run vantorctl with args and seeded files.
-SandboxResult RunTool(std::vector<std::string> args, std::vector<SeedFile> files = {});
 
 }  // namespace vt_test

@@ -1,0 +1,32 @@
+# System calls failed on purpose through strace: a fault never costs the registry or the store,
+# and the run says it failed. A sanitizer's leak check cannot run under ptrace: it is off here.
+needs strace
+
+== every read of the registry fails: the query fails, and the damaged file is never rewritten
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 01000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0008000000 0700000000000000 7f01
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/Registry.bin -e trace=read,pread64 -e inject=read,pread64:error=EIO vantorctl -g --systags
+|
+! Could not read systags
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed to read the registry file: STATUS=0xC0000001\t(<tid>) [0] (esc)
+
+== every flock is refused: nothing is written without the lock
+store CU hex 11111111111111111111111111111111
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=flock -e inject=flock:error=ENOLCK vantorctl -s --trace=warn
+|
+! ERROR: unable to initialize simple store
+[1]
+log <time> flock() failed:37\t(<tid>) [0] (esc)
+
+== the repair of a 5-byte store cannot write or seek: the file stays as it was, and the run fails
+file /opt/Marrowlight/vantorstore "12345"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=write,pwrite64,lseek -e inject=write,pwrite64,lseek:error=EIO vantorctl -s --trace=warn
+|
+! ERROR: unable to initialize simple store
+[1]
+log <time> Couldn't get file offset: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed to retrievefile /opt/Marrowlight/vantorstore length: STATUS=0xC0000001\t(<tid>) [0] (esc)

@@ -1,0 +1,41 @@
+# The namespace switch: where the trace log goes and which /opt the tool writes, run in the
+# namespaces of process 1 (the sandbox's) and from a mount namespace of its own.
+
+== the same namespaces as process 1: the log is the regular file
+file /opt/Marrowlight/vantorstore "12345"
+$ vantorctl -s --apd=true
+|
+log <time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0] (esc)
+store empty
+store DP u32 1
+
+== no /proc/1 to compare with: run as not namespaced, the log is the regular file
+tmpfs /proc
+file /opt/Marrowlight/vantorstore "12345"
+$ rm /proc/1
+$ vantorctl -s --apd=true
+|
+log <time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0] (esc)
+store empty
+store DP u32 1
+
+== started in a mount namespace of its own, with another /opt
+# It joins process 1's namespaces and writes the store there (repaired, then set), not in its own
+# /opt, which stays empty; the old log file becomes a link to standard output, where the trace
+# line goes.
+file /opt/Marrowlight/vantorstore "12345"
+file /var/log/vantorctl.log 0600 "an old regular log\n"
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && vantorctl -s --apd=true; rc=$?; ls -A /opt/Marrowlight; exit $rc'
+| <time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0] (esc)
+|
+store empty
+store DP u32 1
+link /var/log/vantorctl.log -> /dev/stdout
+
+== namespaced, with standard output on a regular file: the result line follows the log line in it
+file /opt/Marrowlight/vantorstore "12345"
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && vantorctl -s -v --apd=true >/run/result'
+store empty
+store DP u32 1
+file /run/result "<time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0]\napd=TRUE.\n"
+link /var/log/vantorctl.log -> /dev/stdout

@@ -1,0 +1,152 @@
+# The sensor's state: --systags from the kernel's file or from the registry file, --version, and
+# the reduced functionality mode options over the RFMHistory record.
+
+== systags from the kernel's file, which comes first: a registry giving other tags is not read
+tmpfs /proc
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 01000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0008000000 6300000000000000
+file /proc/vantor_lsm_serviceable/systags 0644 "12\n345\n"
+$ vantorctl -g --systags
+| 12
+| 345
+|
+# printed as they are, up to the end of the file
+$ printf '7,\t\377 x' >/proc/vantor_lsm_serviceable/systags
+$ vantorctl -g --systags
+| 7,\t\xff x (esc)
+# a NUL ends the text
+$ printf '1\n\0002\n' >/proc/vantor_lsm_serviceable/systags
+$ vantorctl -g --systags
+| 1
+|
+$ : >/proc/vantor_lsm_serviceable/systags
+$ vantorctl -g --systags
+|
+# of a longer file, the first 4095 bytes
+$ seq 0 1221 >/proc/vantor_lsm_serviceable/systags && { head -c 4095 /proc/vantor_lsm_serviceable/systags; echo; } >/proc/want && wc -c </proc/vantor_lsm_serviceable/systags
+| 5000
+$ vantorctl -g --systags >/proc/shown; echo "status $?"; cmp /proc/want /proc/shown && wc -c </proc/shown
+| status 0
+| 4096
+# the lines do not count down: rfm-state is not the last result and gets ", "
+$ echo 5 >/proc/vantor_lsm_serviceable/systags
+$ vantorctl -g --systags --rfm-state
+| 5
+| rfm-state is not set,\x20 (esc)
+# a directory in its place: it exists and opens, but cannot be read
+$ rm /proc/vantor_lsm_serviceable/systags && mkdir /proc/vantor_lsm_serviceable/systags
+$ vantorctl -g --systags
+|
+! Could not read systags
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=21 (Is a directory)\t(<tid>) [0] (esc)
+
+== systags from the registry: bitmap edges and a list value
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 05000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000080 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0008000000 e803000000000000
+$ vantorctl -g --systags
+| 0
+| 2
+| 511
+| 1000
+|
+
+== systags from the registry: the list's order and duplicates kept, 64-bit values
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 00800000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0018000000 07000000000000000f00000000000000ffffffffffffffff
+$ vantorctl -g --systags
+| 15
+| 7
+| 15
+| 18446744073709551615
+|
+
+== systags from the registry: nothing set
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 00000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0000000000
+$ vantorctl -g --systags
+|
+
+== systags from the registry: without the system-tag record the enumeration fails, with no diagnostic of its own
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b
+$ vantorctl -g --systags
+|
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Could not enumerate system tags: STATUS=0xC0000034\t(<tid>) [0] (esc)
+
+== systags from the registry: bitmap tags print before a missing list fails
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 00000100000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000
+$ vantorctl -g --systags
+| 16
+|
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Could not enumerate system tags: STATUS=0xC0000034\t(<tid>) [0] (esc)
+
+== systags from the registry: the lines do not count down
+store empty
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 02000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0000000000
+$ vantorctl -g --systags --rfm-reason
+| 1
+| rfm-reason is not set,\x20 (esc)
+
+== a registry that cannot be loaded: nothing but the final newline on stdout
+store empty
+dir /opt/Marrowlight/Registry.bin
+$ vantorctl -g --systags
+|
+! Could not read systags
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't open file /opt/Marrowlight/Registry.bin: ERRNO=21 (Is a directory)\t(<tid>) [0] (esc)
+
+== version, and no RFM history
+store empty
+$ vantorctl -g --version
+| version = 1.0.0.0
+|
+# the version line does not count down: rfm-state gets ", "
+$ vantorctl -g --version --rfm-state
+| version = 1.0.0.0
+| rfm-state is not set,\x20 (esc)
+$ vantorctl -g --rfm-state --rfm-reason --rfm-history
+| rfm-state is not set, rfm-reason is not set, rfm-history is not set.
+
+== RFM history of one entry
+store RFMHistory hex 00000000 01000000 6c0300c0
+$ vantorctl -g --rfm-state --rfm-reason --rfm-history
+| rfm-state=true, rfm-reason=Kernel modules blocked by user, code=0xC000036C, rfm-history={[0 (newest)] kernel backend, in RFM, rfm-reason=Kernel modules blocked by user, code=0xC000036C}.
+
+== RFM history of two entries
+store RFMHistory hex 01000000 01000000 ac0004e0 00000000 00000000 00000000
+$ vantorctl -g --rfm-state --rfm-reason --rfm-history
+| rfm-state=true, rfm-reason=BPF is blocked on this system, code=0xE00400AC, rfm-history={[0 (newest)] bpf backend, in RFM, rfm-reason=BPF is blocked on this system, code=0xE00400AC; [1] kernel backend, not in RFM, rfm-reason=None, code=0x0}.
+
+== RFM history of three entries, one code unknown
+store RFMHistory hex 00000000 00000000 060100c0 01000000 01000000 060200c0 00000000 01000000 dec0ad0b
+$ vantorctl -g --rfm-state --rfm-reason --rfm-history
+| rfm-state=false, rfm-reason=KernelModuleArchive file is corrupt, code=0xC0000106, rfm-history={[0 (newest)] kernel backend, not in RFM, rfm-reason=KernelModuleArchive file is corrupt, code=0xC0000106; [1] bpf backend, in RFM, rfm-reason=KernelModuleArchive file is corrupt, code=0xC0000206; [2] kernel backend, in RFM, rfm-reason=Unspecified, code=0xBADC0DE}.
+
+== RFM history of 11 bytes, less than one entry: nothing is read past the value
+store RFMHistory hex 0101010101010101010101
+$ vantorctl -g --rfm-state --rfm-reason --rfm-history
+| rfm-state is not set, rfm-reason is not set, .
+
+== an InRfm of 2: the history prints it as not in RFM; rfm-state fails before rfm-history is reached
+store RFMHistory hex 01000000 02000000 ad0004e0
+$ vantorctl -g --rfm-history
+| rfm-history={[0 (newest)] bpf backend, not in RFM, rfm-reason=BPF program-load error, code=0xE00400AD}.
+$ vantorctl -g --rfm-state --rfm-history
+|
+! Unknown RFM rfm-state!
+! ERROR: failed to process the option --rfm-state
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
