@@ -87,17 +87,24 @@ def reloads(option):
 # digits, dashes anywhere, either case: the 33rd and 34th digits make the byte
 # sum 0 modulo 256) and prints 32 lowercase digits. A task may give either.
 
+# Two characters as the tool converts them to a byte (strtol in base 16, both
+# consumed): two digits, or one digit after a blank or a sign.
+_PAIR = re.compile(r"[0-9a-fA-F]{2}|[ \t\n\v\f\r+][0-9a-fA-F]")
+
+
 def identifier_bytes(text):
-    """16 bytes of a cid in checksum or printed form; RefusedValue when neither."""
+    """16 bytes of a cid in checksum or printed form; RefusedValue when neither.
+    The checksum form is read as the tool reads it: the first 34 characters
+    that are no dash, in pairs; whatever follows them is ignored."""
     digits = text.replace("-", "")
-    if re.match(r"^[0-9a-fA-F]{34}$", digits):
-        raw = bytes.fromhex(digits[:32])
-        if (sum(raw) + int(digits[32:], 16)) & 0xFF != 0:
-            raise RefusedValue('"%s" failed checksum validation' % text)
-        return raw
     if _HEX32.match(digits):
         return bytes.fromhex(digits)
-    raise RefusedValue('"%s" is not valid value for checksum CID (CCID)' % text)
+    if len(digits) < 34:
+        raise RefusedValue('"%s" is not valid value for checksum CID (CCID)' % text)
+    pairs = [digits[i:i + 2] for i in range(0, 34, 2)]
+    if not all(_PAIR.fullmatch(pair) for pair in pairs) or sum(int(pair, 16) for pair in pairs) & 0xFF != 0:
+        raise RefusedValue('"%s" failed checksum validation' % text)
+    return bytes(int(pair, 16) for pair in pairs[:16])
 
 
 def checksum_form(raw):

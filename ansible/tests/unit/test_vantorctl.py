@@ -94,6 +94,11 @@ class Values(unittest.TestCase):
             v.identifier_bytes("00112233445566778899AABBCCDDEEFF09")
         with self.assertRaisesRegex(v.RefusedValue, "not valid value for checksum CID"):
             v.identifier_bytes("0011")
+        # Read as the tool reads it: a sign before a pair's one digit, nothing after the 34th digit.
+        self.assertEqual(v.desired("cid", "+0112233445566778899AABBCCDDEEFF08zz"),
+                         (CID, "00112233445566778899AABBCCDDEEFF08"))
+        with self.assertRaisesRegex(v.RefusedValue, "failed checksum validation"):
+            v.identifier_bytes("{00112233445566778899AABBCCDDEEFF08}")
 
     def test_checksum_form_round_trip(self):
         for raw in (bytes(16), bytes(range(16)), b"\xff" * 16):
