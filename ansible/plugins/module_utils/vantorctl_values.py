@@ -297,7 +297,10 @@ def desired(option, value):
         return raw.hex(), value if len(digits) == 34 else checksum_form(raw)
     if option == TOKEN:
         number = parse_token(value)
-        # A text the tool refuses compares unequal and is left to the tool.
+        # Refused here, with the tool's message: a number of None would equal
+        # an empty slot, and the task would end unchanged without a write.
+        if number is None:
+            raise RefusedValue("Provisioning token format incorrect")
         return number, value
     if option in BOOLEANS:
         return SWITCH_TEXTS[option][1 if value else 0], "true" if value else "false"

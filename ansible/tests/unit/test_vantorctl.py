@@ -116,6 +116,8 @@ class Values(unittest.TestCase):
                 self.assertEqual(v.parse_token(text), number)
         for number in (1, 0x12AB34CD, 0x123456789, 2 ** 64 - 2):
             self.assertEqual(v.parse_token(v.token_text(number)), number)
+        with self.assertRaisesRegex(v.RefusedValue, "^Provisioning token format incorrect$"):
+            v.desired("provisioning-token", "1234567")  # never None, which an empty slot equals
 
     def test_flag_sets(self):
         self.assertEqual(v.words_mask("metadata-query", ["disableAWS", "disableGCP"]), 5)
