@@ -10,7 +10,7 @@ __metaclass__ = type
 
 import re
 
-from .vantorctl_words import FLAG_WORDS, OPTIONS, SWITCH_TEXTS
+from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS, SWITCH_TEXTS
 
 MASKED = "********"
 
@@ -35,6 +35,10 @@ LISTS = [name for name in SETTINGS if _FORM[name] in ("flag_set", "tag_list")]
 IDENTIFIERS = [name for name in SETTINGS if _FORM[name] == "identifier"]
 TOKEN = "provisioning-token"
 PORT = "app"
+
+# Named values the tool takes in any letter case (ASCII), stored and printed as
+# its own word. The others must be given as the tool spells them.
+ANY_CASE = ("pcpt",)
 
 # What a setting that cannot be deleted goes back to when it was empty: the
 # value the sensor reads the same as an empty slot.
@@ -304,6 +308,11 @@ def desired(option, value):
         return number, value
     if option in BOOLEANS:
         return SWITCH_TEXTS[option][1 if value else 0], "true" if value else "false"
+    if option in ANY_CASE:
+        for word in CHOICES[option]:
+            if value.isascii() and value.lower() == word:
+                return word, word
+        raise RefusedValue("not a valid %s option: %s" % (option, value))
     if option == PORT:
         return str(value), str(value)
     if option in INTEGERS:

@@ -138,6 +138,9 @@ class Values(unittest.TestCase):
         self.assertEqual(v.desired("apd", True), ("TRUE", "true"))
         self.assertEqual(v.desired("logcounters", False), ("false", "false"))
         self.assertEqual(v.desired("app", 8080), ("8080", "8080"))
+        self.assertEqual(v.desired("pcpt", "IPv6"), ("ipv6", "ipv6"))
+        with self.assertRaisesRegex(v.RefusedValue, "^not a valid pcpt option: ipv5$"):
+            v.desired("pcpt", "ipv5")
         self.assertEqual(v.desired("tags", ["web", "prod/eu"]), ("web,prod/eu", "web,prod/eu"))
         with self.assertRaisesRegex(v.RefusedValue, "absent"):
             v.desired("tags", [])
