@@ -318,8 +318,10 @@ def desired(option, value):
     if option in INTEGERS:
         return int(value), str(value)
     if option in FLAG_SETS:
+        # Written as the mask's own words: the task's list may be longer than
+        # the tool takes, and a stored mask equal to it would hide that.
         mask = words_mask(option, value)
-        return mask, ",".join(value) if value else DEFAULTS[option]
+        return mask, mask_text(option, mask)
     if option in LISTS:
         if not value:
             raise RefusedValue("an empty %s list does not delete the %s: list %s under absent"

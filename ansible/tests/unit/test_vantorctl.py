@@ -133,6 +133,8 @@ class Values(unittest.TestCase):
         self.assertEqual(v.mask_text("feature", 3), "enableLog,disableLogBuffer")
         self.assertIsNone(v.mask_text("feature", 0x10000))
         self.assertEqual(v.desired("feature", []), (0, "none"))
+        self.assertEqual(v.desired("metadata-query", ["disable", "enableAzure"] * 30),
+                         (0xD, "disableAWS,disableGCP,disableOCI"))
 
     def test_stored_forms(self):
         self.assertEqual(v.desired("apd", True), ("TRUE", "true"))
