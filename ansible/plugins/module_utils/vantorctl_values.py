@@ -10,7 +10,7 @@ __metaclass__ = type
 
 import re
 
-from .vantorctl_words import FLAG_WORDS, OPTIONS, SWITCH_TEXTS
+from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS, SWITCH_TEXTS
 
 MASKED = "********"
 
@@ -35,6 +35,10 @@ LISTS = [name for name in SETTINGS if _FORM[name] in ("flag_set", "tag_list")]
 IDENTIFIERS = [name for name in SETTINGS if _FORM[name] == "identifier"]
 TOKEN = "provisioning-token"
 PORT = "app"
+
+# Named values the tool takes in any letter case (ASCII), stored and printed as
+# its own word. The others must be given as the tool spells them.
+ANY_CASE = ("pcpt",)
 
 # What a setting that cannot be deleted goes back to when it was empty: the
 # value the sensor reads the same as an empty slot.
@@ -87,17 +91,24 @@ def reloads(option):
 # digits, dashes anywhere, either case: the 33rd and 34th digits make the byte
 # sum 0 modulo 256) and prints 32 lowercase digits. A task may give either.
 
+# Two characters as the tool converts them to a byte (strtol in base 16, both
+# consumed): two digits, or one digit after a blank or a sign.
+_PAIR = re.compile(r"[0-9a-fA-F]{2}|[ \t\n\v\f\r+][0-9a-fA-F]")
+
+
 def identifier_bytes(text):
-    """16 bytes of a cid in checksum or printed form; RefusedValue when neither."""
+    """16 bytes of a cid in checksum or printed form; RefusedValue when neither.
+    The checksum form is read as the tool reads it: the first 34 characters
+    that are no dash, in pairs; whatever follows them is ignored."""
     digits = text.replace("-", "")
-    if re.match(r"^[0-9a-fA-F]{34}$", digits):
-        raw = bytes.fromhex(digits[:32])
-        if (sum(raw) + int(digits[32:], 16)) & 0xFF != 0:
-            raise RefusedValue('"%s" failed checksum validation' % text)
-        return raw
     if _HEX32.match(digits):
         return bytes.fromhex(digits)
-    raise RefusedValue('"%s" is not valid value for checksum CID (CCID)' % text)
+    if len(digits) < 34:
+        raise RefusedValue('"%s" is not valid value for checksum CID (CCID)' % text)
+    pairs = [digits[i:i + 2] for i in range(0, 34, 2)]
+    if not all(_PAIR.fullmatch(pair) for pair in pairs) or sum(int(pair, 16) for pair in pairs) & 0xFF != 0:
+        raise RefusedValue('"%s" failed checksum validation' % text)
+    return bytes(int(pair, 16) for pair in pairs[:16])
 
 
 def checksum_form(raw):
@@ -290,17 +301,27 @@ def desired(option, value):
         return raw.hex(), value if len(digits) == 34 else checksum_form(raw)
     if option == TOKEN:
         number = parse_token(value)
-        # A text the tool refuses compares unequal and is left to the tool.
+        # Refused here, with the tool's message: a number of None would equal
+        # an empty slot, and the task would end unchanged without a write.
+        if number is None:
+            raise RefusedValue("Provisioning token format incorrect")
         return number, value
     if option in BOOLEANS:
         return SWITCH_TEXTS[option][1 if value else 0], "true" if value else "false"
+    if option in ANY_CASE:
+        for word in CHOICES[option]:
+            if value.isascii() and value.lower() == word:
+                return word, word
+        raise RefusedValue("not a valid %s option: %s" % (option, value))
     if option == PORT:
         return str(value), str(value)
     if option in INTEGERS:
         return int(value), str(value)
     if option in FLAG_SETS:
+        # Written as the mask's own words: the task's list may be longer than
+        # the tool takes, and a stored mask equal to it would hide that.
         mask = words_mask(option, value)
-        return mask, ",".join(value) if value else DEFAULTS[option]
+        return mask, mask_text(option, mask)
     if option in LISTS:
         if not value:
             raise RefusedValue("an empty %s list does not delete the %s: list %s under absent"

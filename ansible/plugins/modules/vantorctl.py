@@ -44,9 +44,9 @@ options:
     type: str
     choices: [none, debug, info, warn, err]
   pcpt:
-    description: Preferred connection protocol type.
+    description:
+      - Preferred connection protocol type, C(auto), C(ipv4) or C(ipv6), in any letter case as the tool takes it.
     type: str
-    choices: [auto, ipv4, ipv6]
   feature:
     description:
       - Sensor feature flags, as the tool's words applied in order to an empty set; C([]) or C([none]) clears all.
@@ -182,8 +182,8 @@ from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool 
 )
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, PORT, TOKEN, ReadError, RefusedValue,
-    desired, option_name, param_name, typed,
+    ANY_CASE, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, PORT, TOKEN, ReadError,
+    RefusedValue, desired, option_name, param_name, typed,
 )
 
 
@@ -198,7 +198,7 @@ def _argument_spec():
             entry = dict(type="list", elements="str")
         else:
             entry = dict(type="str")
-        if option in CHOICES and option not in BOOLEANS:
+        if option in CHOICES and option not in BOOLEANS and option not in ANY_CASE:
             entry["choices"] = list(CHOICES[option])
         if option == TOKEN:
             entry["no_log"] = True

@@ -94,6 +94,11 @@ class Values(unittest.TestCase):
             v.identifier_bytes("00112233445566778899AABBCCDDEEFF09")
         with self.assertRaisesRegex(v.RefusedValue, "not valid value for checksum CID"):
             v.identifier_bytes("0011")
+        # Read as the tool reads it: a sign before a pair's one digit, nothing after the 34th digit.
+        self.assertEqual(v.desired("cid", "+0112233445566778899AABBCCDDEEFF08zz"),
+                         (CID, "00112233445566778899AABBCCDDEEFF08"))
+        with self.assertRaisesRegex(v.RefusedValue, "failed checksum validation"):
+            v.identifier_bytes("{00112233445566778899AABBCCDDEEFF08}")
 
     def test_checksum_form_round_trip(self):
         for raw in (bytes(16), bytes(range(16)), b"\xff" * 16):
@@ -111,6 +116,8 @@ class Values(unittest.TestCase):
                 self.assertEqual(v.parse_token(text), number)
         for number in (1, 0x12AB34CD, 0x123456789, 2 ** 64 - 2):
             self.assertEqual(v.parse_token(v.token_text(number)), number)
+        with self.assertRaisesRegex(v.RefusedValue, "^Provisioning token format incorrect$"):
+            v.desired("provisioning-token", "1234567")  # never None, which an empty slot equals
 
     def test_flag_sets(self):
         self.assertEqual(v.words_mask("metadata-query", ["disableAWS", "disableGCP"]), 5)
@@ -126,11 +133,16 @@ class Values(unittest.TestCase):
         self.assertEqual(v.mask_text("feature", 3), "enableLog,disableLogBuffer")
         self.assertIsNone(v.mask_text("feature", 0x10000))
         self.assertEqual(v.desired("feature", []), (0, "none"))
+        self.assertEqual(v.desired("metadata-query", ["disable", "enableAzure"] * 30),
+                         (0xD, "disableAWS,disableGCP,disableOCI"))
 
     def test_stored_forms(self):
         self.assertEqual(v.desired("apd", True), ("TRUE", "true"))
         self.assertEqual(v.desired("logcounters", False), ("false", "false"))
         self.assertEqual(v.desired("app", 8080), ("8080", "8080"))
+        self.assertEqual(v.desired("pcpt", "IPv6"), ("ipv6", "ipv6"))
+        with self.assertRaisesRegex(v.RefusedValue, "^not a valid pcpt option: ipv5$"):
+            v.desired("pcpt", "ipv5")
         self.assertEqual(v.desired("tags", ["web", "prod/eu"]), ("web,prod/eu", "web,prod/eu"))
         with self.assertRaisesRegex(v.RefusedValue, "absent"):
             v.desired("tags", [])
