@@ -4,7 +4,7 @@
 
 #include "cli/option_table.h"
 #include "cli/usage.h"
-#include "cli/value_words.h"
+#include "options/settings.h"
 
 namespace {
 
@@ -29,9 +29,12 @@ void PrintValueArms(FILE* stream) {
     if (UsageBlockText(row, kModeSet) == nullptr) {
       continue;
     }
-    const int index = row.longOption.val;
+    const Setting* setting = FindSetting(row.id);
+    if (setting == nullptr) {
+      continue;
+    }
     const char* separator = "";
-    ForEachValueWord(index, [&](std::string_view word) {
+    ForEachValueWord(*setting, [&](std::string_view word) {
       if (*separator == '\0') {
         std::fprintf(stream, "      --%s) words='", row.longOption.name);
       }
@@ -39,7 +42,7 @@ void PrintValueArms(FILE* stream) {
       separator = " ";
     });
     if (*separator != '\0') {
-      std::fprintf(stream, "'%s ;;\n", TakesWordList(index) ? " list=1" : "");
+      std::fprintf(stream, "'%s ;;\n", TakesWordList(*setting) ? " list=1" : "");
     }
   }
 }

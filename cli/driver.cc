@@ -24,11 +24,16 @@ constexpr int kExitSuccess = 0;
 constexpr int kExitFailure = 1;
 constexpr char kShortOptions[] = "sgdfvh";
 
-// What the parse leaves behind for the checks and the dispatch.
+// What the parse leaves behind for the checks and the dispatch: the modes, and
+// which rows were given with which value (the table itself is constant).
 struct ParseState {
   OptionContext context{};
   std::uint8_t modeSet = 0;  // kMode* bits of every mode flag seen
   char modeLetter = 0;       // the mode flag seen last
+  bool given[kOptionCount] = {};
+  const char* values[kOptionCount] = {};  // text after "=", or null; owned by argv
+
+  bool Given(OptionId id) const { return given[IndexOf(id)]; }
 };
 
 enum class ParseResult { Done, Usage, Failed };
@@ -100,7 +105,7 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
   // all-zero terminator.
   option longOptions[kOptionCount + 1] = {};
   for (std::size_t i = 0; i < kOptionCount; ++i) {
-    longOptions[i] = gOptionTable[i].longOption;
+    longOptions[i] = OptionTable()[i].longOption;
   }
 
   for (;;) {
@@ -124,7 +129,7 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
         state->context.verbose = 1;
         continue;
       case 'h':
-      case kRowHelp:
+      case static_cast<int>(OptionId::kHelp):
         return ParseResult::Usage;
       default:
         break;
@@ -132,13 +137,13 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
     if (c < 0 || c >= static_cast<int>(kOptionCount)) {
       return ParseResult::Failed;  // '?': already reported by the parser
     }
-    OptionEntry& row = gOptionTable[c];
-    if (row.specified != 0) {
-      std::fprintf(stderr, "ERROR: --%s specified more than once\n", row.longOption.name);
+    const auto row = static_cast<std::size_t>(c);
+    if (state->given[row]) {
+      std::fprintf(stderr, "ERROR: --%s specified more than once\n", OptionTable()[row].longOption.name);
       return ParseResult::Failed;
     }
-    row.specified = 1;
-    row.value = optarg;
+    state->given[row] = true;
+    state->values[row] = optarg;
     ++state->context.remaining;
   }
 }
@@ -168,19 +173,21 @@ bool CheckModes(int argc, char** argv, const ParseState& state) {
 // handler stops the walk; what earlier handlers stored stays stored.
 bool Dispatch(ParseState* state) {
   for (const OptionEntry& row : OptionTable()) {
-    if (row.specified == 0) {
+    if (!state->Given(row.id)) {
       continue;
     }
+    const char* value = state->values[IndexOf(row.id)];
     if ((row.allowedModes & state->modeSet) == 0) {
       std::fprintf(stderr, "ERROR: -%c with --%s is not supported.\n", state->modeLetter, row.longOption.name);
       return false;
     }
-    if (state->modeSet == kModeSet && row.longOption.has_arg != no_argument && row.value == nullptr) {
+    if (state->modeSet == kModeSet && row.longOption.has_arg != no_argument && value == nullptr) {
       std::fprintf(stderr, "ERROR: --%s requires a value\n", row.longOption.name);
       return false;
     }
+    state->context.id = row.id;
     state->context.option = row.longOption.name;
-    if (row.handler != nullptr && !NT_SUCCESS(row.handler(&state->context, row.value))) {
+    if (row.handler != nullptr && !NT_SUCCESS(row.handler(&state->context, value))) {
       std::fprintf(stderr, "ERROR: failed to process the option --%s\n", row.longOption.name);
       return false;
     }
@@ -205,10 +212,6 @@ int RunDriver(int argc, char** argv) {
 }
 
 int RunCommandLine(int argc, char** argv) {
-  for (OptionEntry& row : OptionTable()) {
-    row.specified = 0;
-    row.value = nullptr;
-  }
   optind = 0;  // 0, not 1: glibc's parser then forgets every earlier scan
   ParseState state;
   switch (Parse(argc, argv, &state)) {
@@ -223,7 +226,7 @@ int RunCommandLine(int argc, char** argv) {
   if (!CheckModes(argc, argv, state)) {
     return Fail();
   }
-  if (gOptionTable[kRowUpdate].specified != 0) {
+  if (state.Given(OptionId::kUpdate)) {
     state.context.reload = SignalSensorReload;
   }
   if (!Dispatch(&state)) {

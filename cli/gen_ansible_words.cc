@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include "cli/option_table.h"
-#include "cli/value_words.h"
 #include "options/settings.h"
 #include "options/value_sets.h"
 
@@ -78,7 +77,7 @@ int main() {
   for (const OptionEntry& entry : OptionTable()) {
     if (entry.handler == nullptr) continue;  // --update and --help are no settings
     const std::uint8_t modes = entry.allowedModes;
-    const Setting* setting = FindSetting(entry.longOption.name);
+    const Setting* setting = FindSetting(entry.id);
     std::printf("    (\"%s\", \"%s%s%s\", ", entry.longOption.name, (modes & kModeSet) != 0 ? "s" : "",
         (modes & kModeGet) != 0 ? "g" : "", (modes & kModeDelete) != 0 ? "d" : "");
     if (setting == nullptr) {
@@ -91,18 +90,19 @@ int main() {
   std::printf(")\n\n# How a get prints a stored switch: (false, true).\nSWITCH_TEXTS = {\n");
   for (const Setting& setting : Settings()) {
     if (setting.form == SettingForm::kSwitch) {
-      std::printf("    \"%s\": (\"%s\", \"%s\"),\n", setting.option, setting.falseText, setting.trueText);
+      std::printf("    \"%s\": (\"%s\", \"%s\"),\n", OptionRow(setting.id).longOption.name, setting.falseText,
+                  setting.trueText);
     }
   }
   std::printf("}\n");
   std::printf("\n# The words of each option whose value comes from a closed set.\nCHOICES = {\n");
-  for (const OptionEntry& entry : OptionTable()) {
+  for (const Setting& setting : Settings()) {
     bool any = false;
-    ForEachValueWord(entry.longOption.val, [&](std::string_view word) {
+    ForEachValueWord(setting, [&](std::string_view word) {
       if (any) {
         std::fputs(", ", stdout);
       } else {
-        std::printf("    \"%s\": (", entry.longOption.name);
+        std::printf("    \"%s\": (", OptionRow(setting.id).longOption.name);
       }
       PrintQuoted(word);
       any = true;
@@ -112,8 +112,11 @@ int main() {
   std::printf("}\n\n# Flag words: (word, action, bits). A set starts from an empty mask and\n"
       "# applies its words left to right; \"show\" words are printed, never taken.\n"
       "FLAG_WORDS = {\n");
-  PrintFlagWords("feature", value_sets::kFeatureWords);
-  PrintFlagWords("metadata-query", value_sets::kMetadataQueryWords);
+  for (const Setting& setting : Settings()) {
+    if (setting.form == SettingForm::kFlagSet) {
+      PrintFlagWords(OptionRow(setting.id).longOption.name, setting.flagWords);
+    }
+  }
   std::printf("}\n");
   // A failed write shows in the stream's error flag.
   return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;

@@ -5,7 +5,7 @@
 
 #include "cli/option_table.h"
 #include "cli/usage.h"
-#include "cli/value_words.h"
+#include "options/settings.h"
 #include "runtime/pidfile.h"
 #include "runtime/trace.h"
 
@@ -54,7 +54,6 @@ void PutModes(FILE* stream, std::uint8_t modes) {
 }
 
 void PutOption(FILE* stream, const OptionEntry& row) {
-  const int index = row.longOption.val;
   const bool takesValue = row.longOption.has_arg != no_argument;
   std::fprintf(stream, ".TP\n.B \\-\\-");
   PutText(stream, row.longOption.name);
@@ -81,10 +80,14 @@ void PutOption(FILE* stream, const OptionEntry& row) {
     PutText(stream, row.valueSyntax, true);
     std::fputs("\n", stream);
   }
+  const Setting* setting = FindSetting(row.id);
+  if (setting == nullptr) {
+    return;
+  }
   const char* separator = nullptr;
-  ForEachValueWord(index, [&](std::string_view word) {
+  ForEachValueWord(*setting, [&](std::string_view word) {
     if (separator == nullptr) {
-      std::fputs(TakesWordList(index) ? ".br\nA comma-separated list of: " : ".br\nAccepted values: ", stream);
+      std::fputs(TakesWordList(*setting) ? ".br\nA comma-separated list of: " : ".br\nAccepted values: ", stream);
       separator = "";
     }
     std::fputs(separator, stream);

@@ -9,58 +9,72 @@ constexpr std::uint8_t kSetGetDel = kModeSet | kModeGet | kModeDelete;
 constexpr std::uint8_t kGetDel = kModeGet | kModeDelete;
 constexpr std::uint8_t kSetGet = kModeSet | kModeGet;
 
-constexpr OptionEntry Row(const char* name, int hasArg, int index, std::uint8_t modes, const char* help,
+constexpr OptionEntry Row(OptionId id, const char* name, int hasArg, std::uint8_t modes, const char* help,
                           const char* syntax, OptionHandler handler) {
-  return OptionEntry{0, nullptr, option{name, hasArg, nullptr, index}, modes, help, syntax, handler};
+  return OptionEntry{id, option{name, hasArg, nullptr, static_cast<int>(id)}, modes, help, syntax, handler};
 }
 
-}  // namespace
-
-constinit OptionEntry gOptionTable[kOptionCount] = {
-    Row("cid", optional_argument, kRowCid, kSetGetDel, " for CustomerId", "=\"{<uuid string>}\"", HandleCid),
-    Row("aid", optional_argument, kRowAid, kGetDel, " for AgentId", nullptr, HandleAid),
-    Row("apd", optional_argument, kRowApd, kSetGetDel, " for App Proxy Disable", "=true | --apd=false", HandleStoredSetting),
-    Row("aph", optional_argument, kRowAph, kSetGetDel, " for App Proxy Host", "=<app proxy host name>", HandleStoredSetting),
-    Row("app", optional_argument, kRowApp, kSetGetDel, " for App Proxy Port", "=<app proxy port>", HandleStoredSetting),
-    Row("trace", optional_argument, kRowTrace, kSetGetDel, " for determining the configured trace level",
+// A plain constant array: in the pages made read-only after relocation.
+constexpr OptionEntry kOptionTable[] = {
+    Row(OptionId::kCid, "cid", optional_argument, kSetGetDel, " for CustomerId", "=\"{<uuid string>}\"", HandleCid),
+    Row(OptionId::kAid, "aid", optional_argument, kGetDel, " for AgentId", nullptr, HandleAid),
+    Row(OptionId::kApd, "apd", optional_argument, kSetGetDel, " for App Proxy Disable", "=true | --apd=false", HandleStoredSetting),
+    Row(OptionId::kAph, "aph", optional_argument, kSetGetDel, " for App Proxy Host", "=<app proxy host name>", HandleStoredSetting),
+    Row(OptionId::kApp, "app", optional_argument, kSetGetDel, " for App Proxy Port", "=<app proxy port>", HandleStoredSetting),
+    Row(OptionId::kTrace, "trace", optional_argument, kSetGetDel, " for determining the configured trace level",
         "=[none|err|warn|info|debug]", HandleStoredSetting),
-    Row("pcpt", optional_argument, kRowPcpt, kSetGet, " preferred connection protocol type", "=[auto|ipv4|ipv6]",
+    Row(OptionId::kPcpt, "pcpt", optional_argument, kSetGet, " preferred connection protocol type", "=[auto|ipv4|ipv6]",
         HandleStoredSetting),
-    Row("feature", optional_argument, kRowFeature, kSetGet, " to determine the configured sensor feature flags",
+    Row(OptionId::kFeature, "feature", optional_argument, kSetGet, " to determine the configured sensor feature flags",
         "=[none,[enableLog[,disableLogBuffer[,disableOsfm[,emulateUpdate]]]]]", HandleFeature),
-    Row("metadata-query", optional_argument, kRowMetadataQuery, kSetGet,
+    Row(OptionId::kMetadataQuery, "metadata-query", optional_argument, kSetGet,
         " to determine the configured sensor cloud provider metadata query flags",
         "=[[dis|en]able|[dis|en]ableAWS[,[dis|en]ableAzure[,[dis|en]ableGCP]]]", HandleMetadataQuery),
-    Row("version", optional_argument, kRowVersion, kModeGet, " for version of sensor currently running", nullptr,
+    Row(OptionId::kVersion, "version", optional_argument, kModeGet, " for version of sensor currently running", nullptr,
         HandleVersion),
-    Row("update", no_argument, kRowUpdate, kModeSet, nullptr, " SIGHUP the sensor for immediate trace/feature update",
+    Row(OptionId::kUpdate, "update", no_argument, kModeSet, nullptr, " SIGHUP the sensor for immediate trace/feature update",
         nullptr),
-    Row("billing", optional_argument, kRowBilling, kSetGetDel, " to configure the sensor billing type",
+    Row(OptionId::kBilling, "billing", optional_argument, kSetGetDel, " to configure the sensor billing type",
         "=[default|metered]", HandleStoredSetting),
-    Row("tags", optional_argument, kRowTags, kSetGetDel, " for sensor grouping tags",
+    Row(OptionId::kTags, "tags", optional_argument, kSetGetDel, " for sensor grouping tags",
         "=<comma separated list of tags for sensor grouping> (allowed characters: all alphanumerics, '/', '-', "
         "'_', '@', and '.')",
         HandleTags),
-    Row("provisioning-token", optional_argument, kRowProvisioningToken, kSetGetDel, " for Provisioning Token",
+    Row(OptionId::kProvisioningToken, "provisioning-token", optional_argument, kSetGetDel, " for Provisioning Token",
         "=<provisioning token value>", HandleProvisioningToken),
-    Row("systags", optional_argument, kRowSystags, kModeGet, " for system tags currently applied to a running sensor",
+    Row(OptionId::kSystags, "systags", optional_argument, kModeGet, " for system tags currently applied to a running sensor",
         nullptr, HandleSystags),
-    Row("backend", optional_argument, kRowBackend, kSetGetDel, " for sensor backend",
+    Row(OptionId::kBackend, "backend", optional_argument, kSetGetDel, " for sensor backend",
         "=auto | --backend=bpf | --backend=kernel", HandleStoredSetting),
-    Row("rfm-state", optional_argument, kRowRfmState, kModeGet,
+    Row(OptionId::kRfmState, "rfm-state", optional_argument, kModeGet,
         " for indicating whether the sensor is in Reduced Functionality Mode", nullptr, HandleRfmState),
-    Row("rfm-reason", optional_argument, kRowRfmReason, kModeGet,
+    Row(OptionId::kRfmReason, "rfm-reason", optional_argument, kModeGet,
         " to determine reason for sensor running in Reduced Functionality Mode", nullptr, HandleRfmReason),
-    Row("rfm-history", no_argument, kRowRfmHistory, kModeGet,
+    Row(OptionId::kRfmHistory, "rfm-history", no_argument, kModeGet,
         " to show history of sensor Reduced Functionality Mode reasons", nullptr, HandleRfmHistory),
     // Deliberately undocumented: no texts, so no usage block lists it.
-    Row("fkm", optional_argument, kRowFkm, kSetGetDel, nullptr, nullptr, HandleStoredSetting),
-    Row("logcounters", optional_argument, kRowLogCounters, kSetGetDel,
+    Row(OptionId::kFkm, "fkm", optional_argument, kSetGetDel, nullptr, nullptr, HandleStoredSetting),
+    Row(OptionId::kLogCounters, "logcounters", optional_argument, kSetGetDel,
         " for determining if Telemetry logging is enabled", "=true | --logcounters=false", HandleStoredSetting),
-    Row("loginterval", optional_argument, kRowLogInterval, kSetGetDel, " for setting the interval of file logging",
+    Row(OptionId::kLogInterval, "loginterval", optional_argument, kSetGetDel, " for setting the interval of file logging",
         "=<seconds>", HandleLogInterval),
-    Row("logduration", optional_argument, kRowLogDuration, kSetGetDel, " for setting the duration of file logging",
+    Row(OptionId::kLogDuration, "logduration", optional_argument, kSetGetDel, " for setting the duration of file logging",
         "=<seconds>", HandleLogDuration),
-    Row("help", no_argument, kRowHelp, kModeHelp, " for usage help", nullptr, nullptr),
+    Row(OptionId::kHelp, "help", no_argument, kModeHelp, " for usage help", nullptr, nullptr),
 };
 
+// Every row's id is its position, and the table is complete.
+constexpr bool RowsInOrder() {
+  std::size_t i = 0;
+  for (const OptionEntry& row : kOptionTable) {
+    if (IndexOf(row.id) != i++) {
+      return false;
+    }
+  }
+  return i == kOptionCount;
+}
+static_assert(RowsInOrder(), "the option table's rows must follow options/option_id.h");
+
+}  // namespace
+
+std::span<const OptionEntry, kOptionCount> OptionTable() { return std::span<const OptionEntry, kOptionCount>(kOptionTable); }

@@ -2,11 +2,10 @@
 // comma-separated list of switch words and printed back as words plus a
 // hexadecimal mask.
 //
-// Both options run through one parser and one get path, driven by a FlagOption
-// row (word table, stored value name, mask printer). What differs stays in the
-// two handlers: where the value is copied for splitting and the text for an
-// unset value. Whether --update signals the sensor is the settings row's
-// `reloads` (options/settings.cc).
+// Both options run through one parser and one get path. Their settings rows
+// give the stored value name, the words, the text for an unset value and
+// whether --update signals the sensor; what stays here is how each prints its
+// mask as words, and where each copies the value for splitting.
 //
 // Only -s and -g reach these handlers (the option table refuses -d); any mode
 // other than set is served as a get.
@@ -20,7 +19,6 @@
 #include "options/handlers.h"
 #include "options/settings.h"
 #include "options/stored_value.h"
-#include "options/value_names.h"
 #include "options/value_print.h"
 #include "options/value_sets.h"
 #include "runtime/pool.h"
@@ -32,8 +30,6 @@ namespace {
 constexpr std::size_t kMaxListLength = 255;
 
 using value_sets::FlagWord;
-using value_sets::kFeatureWords;
-using value_sets::kMetadataQueryWords;
 using value_sets::WordAction;
 
 // Longest word text of either printer: four words and three commas.
@@ -54,10 +50,12 @@ void AppendWord(char* out, std::size_t* length, const char* word) {
   out[*length] = '\0';
 }
 
-void FormatFeatureWords(std::uint32_t mask, char* out) {
+using Words = std::span<const FlagWord>;
+
+void FormatFeatureWords(Words words, std::uint32_t mask, char* out) {
   std::size_t length = 0;
   out[0] = '\0';
-  for (const FlagWord& word : kFeatureWords) {
+  for (const FlagWord& word : words) {
     if (word.bits != 0 && (mask & word.bits) == word.bits) {
       AppendWord(out, &length, word.word.data());
     }
@@ -65,8 +63,8 @@ void FormatFeatureWords(std::uint32_t mask, char* out) {
 }
 
 // The enable word undoing `disable` (the word clearing the same bits).
-const char* EnableWordOf(const FlagWord& disable) {
-  for (const FlagWord& word : kMetadataQueryWords) {
+const char* EnableWordOf(Words words, const FlagWord& disable) {
+  for (const FlagWord& word : words) {
     if (word.action == WordAction::ClearBits && word.bits == disable.bits) {
       return word.word.data();
     }
@@ -74,15 +72,15 @@ const char* EnableWordOf(const FlagWord& disable) {
   return disable.word.data();  // every disable word has one; the tables test says so
 }
 
-void FormatMetadataQueryWords(std::uint32_t mask, char* out) {
+void FormatMetadataQueryWords(Words words, std::uint32_t mask, char* out) {
   std::size_t length = 0;
   out[0] = '\0';
   // The provider words set one bit; "disable" and "enable" cover all of them.
   std::uint32_t allProviders = 0;
-  for (const FlagWord& word : kMetadataQueryWords) {
+  for (const FlagWord& word : words) {
     if (word.action == WordAction::SetBits && std::has_single_bit(word.bits)) allProviders |= word.bits;
   }
-  for (const FlagWord& word : kMetadataQueryWords) {
+  for (const FlagWord& word : words) {
     const bool all = word.bits == allProviders;
     if (all && ((word.action == WordAction::SetBits && mask == allProviders) ||
                 (word.action == WordAction::ClearBits && mask == 0))) {
@@ -91,35 +89,31 @@ void FormatMetadataQueryWords(std::uint32_t mask, char* out) {
     }
   }
   // Bits above the providers' leave the words alone; they show only in the hex mask.
-  for (const FlagWord& word : kMetadataQueryWords) {
+  for (const FlagWord& word : words) {
     if (word.action == WordAction::SetBits && std::has_single_bit(word.bits)) {
-      AppendWord(out, &length, (mask & word.bits) != 0 ? word.word.data() : EnableWordOf(word));
+      AppendWord(out, &length, (mask & word.bits) != 0 ? word.word.data() : EnableWordOf(words, word));
     }
   }
 }
 
+// One of the two options: its settings row, and how its mask prints as words
+// (out: kWordTextSize bytes).
 struct FlagOption {
-  const char* name;  // the option's name, as in every message
-  const UNICODE_STRING* valueName;
-  std::span<const FlagWord> words;
-  void (*formatWords)(std::uint32_t mask, char* out);  // out: kWordTextSize bytes
+  const Setting& row;
+  void (*formatWords)(Words words, std::uint32_t mask, char* out);
 };
-
-constexpr FlagOption kFeature{"feature", &value_names::kFeatureFlags, kFeatureWords, FormatFeatureWords};
-constexpr FlagOption kMetadataQuery{"metadata-query", &value_names::kMetadataQueryFlags, kMetadataQueryWords,
-                                    FormatMetadataQueryWords};
 
 void PrintMask(OptionContext* context, const FlagOption& option, std::uint32_t mask) {
   char words[kWordTextSize];
-  option.formatWords(mask, words);
-  PrintValue(context, "%s=%s (hex bitmask: %x)", option.name, words, mask);
+  option.formatWords(option.row.flagWords, mask, words);
+  PrintValue(context, "%s=%s (hex bitmask: %x)", context->option, words, mask);
 }
 
 // Refuses a list over kMaxListLength bytes (measured no further than one past
 // it). Returns STATUS_SUCCESS or STATUS_INVALID_PARAMETER after the message.
-NTSTATUS CheckListLength(const FlagOption& option, const char* value) {
+NTSTATUS CheckListLength(const OptionContext* context, const char* value) {
   if (strnlen(value, kMaxListLength + 1) > kMaxListLength) {
-    PrintDiagnostic("\"%s\" is not a valid value for --%s\n", value, option.name);
+    PrintDiagnostic("\"%s\" is not a valid value for --%s\n", value, context->option);
     return STATUS_INVALID_PARAMETER;
   }
   return STATUS_SUCCESS;
@@ -128,7 +122,7 @@ NTSTATUS CheckListLength(const FlagOption& option, const char* value) {
 // Splits `list` in place at every "," and applies the words left to right to a
 // mask that starts at 0. An empty piece is an unknown word. Returns the first
 // unknown word (pointing into `list`), or null with *mask set.
-const char* ParseSwitchList(std::span<const FlagWord> words, char* list, std::uint32_t* mask) {
+const char* ParseSwitchList(Words words, char* list, std::uint32_t* mask) {
   std::uint32_t result = 0;
   char* piece = list;
   for (;;) {
@@ -176,17 +170,16 @@ const char* ParseSwitchList(std::span<const FlagWord> words, char* list, std::ui
 // status.
 NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const char* value, char* copy) {
   std::uint32_t mask = 0;
-  if (const char* unknown = ParseSwitchList(option.words, copy, &mask); unknown != nullptr) {
-    PrintDiagnostic("not a valid %s switch: %s\n", option.name, unknown);
+  if (const char* unknown = ParseSwitchList(option.row.flagWords, copy, &mask); unknown != nullptr) {
+    PrintDiagnostic("not a valid %s switch: %s\n", context->option, unknown);
     return STATUS_UNSUCCESSFUL;
   }
-  const NTSTATUS status = WriteU32Value(context, option.valueName, mask);
+  const NTSTATUS status = WriteU32Value(context, &option.row.name, mask);
   if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not write %s \"%s\" to config\n", option.name, value);
+    PrintDiagnostic("Could not write %s \"%s\" to config\n", context->option, value);
     return status;
   }
-  const Setting* row = FindSetting(option.name);
-  if (row != nullptr && row->reloads && context->reload != nullptr) {
+  if (option.row.reloads && context->reload != nullptr) {
     // The signal's own outcome does not change this handler's result.
     context->reload();
   }
@@ -196,17 +189,21 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
   return STATUS_SUCCESS;
 }
 
-// Get mode. `notSet` prints the option's own text for an absent value.
-// STATUS_SUCCESS or the store's status after the read-failure message.
-NTSTATUS ShowMask(OptionContext* context, const FlagOption& option, void (*notSet)(OptionContext*)) {
+// Get mode: an absent value prints the row's unset text, or "<option> is not
+// set". STATUS_SUCCESS or the store's status after the read-failure message.
+NTSTATUS ShowMask(OptionContext* context, const FlagOption& option) {
   std::uint32_t mask = 0;
-  const NTSTATUS status = ReadU32Value(context, option.valueName, &mask);
+  const NTSTATUS status = ReadU32Value(context, &option.row.name, &mask);
   if (status == STATUS_NOT_FOUND) {
-    notSet(context);
+    if (option.row.unsetText != nullptr) {
+      PrintValue(context, "%s", option.row.unsetText);
+    } else {
+      PrintNotSet(context, context->option);
+    }
     return STATUS_SUCCESS;
   }
   if (!NT_SUCCESS(status)) {
-    PrintDiagnostic("Could not get %s from config file %x\n", option.name, static_cast<unsigned>(status));
+    PrintDiagnostic("Could not get %s from config file %x\n", context->option, static_cast<unsigned>(status));
     return status;
   }
   PrintMask(context, option, mask);
@@ -216,10 +213,11 @@ NTSTATUS ShowMask(OptionContext* context, const FlagOption& option, void (*notSe
 }  // namespace
 
 NTSTATUS HandleFeature(OptionContext* context, const char* value) {
+  const FlagOption feature{SettingOf(OptionId::kFeature), FormatFeatureWords};
   if (!context->set) {
-    return ShowMask(context, kFeature, [](OptionContext* c) { PrintNotSet(c, kFeature.name); });
+    return ShowMask(context, feature);
   }
-  if (const NTSTATUS status = CheckListLength(kFeature, value); !NT_SUCCESS(status)) {
+  if (const NTSTATUS status = CheckListLength(context, value); !NT_SUCCESS(status)) {
     return status;
   }
   // The split works on a heap copy, freed by its owner on every path.
@@ -230,18 +228,18 @@ NTSTATUS HandleFeature(OptionContext* context, const char* value) {
     return STATUS_NO_MEMORY;
   }
   std::memcpy(copy.get(), value, size);
-  return ApplySwitchList(context, kFeature, value, copy.as<char>());
+  return ApplySwitchList(context, feature, value, copy.as<char>());
 }
 
 NTSTATUS HandleMetadataQuery(OptionContext* context, const char* value) {
+  const FlagOption metadataQuery{SettingOf(OptionId::kMetadataQuery), FormatMetadataQueryWords};
   if (!context->set) {
-    return ShowMask(context, kMetadataQuery,
-                    [](OptionContext* c) { PrintValue(c, "%s=enable (unset default)", kMetadataQuery.name); });
+    return ShowMask(context, metadataQuery);
   }
-  if (const NTSTATUS status = CheckListLength(kMetadataQuery, value); !NT_SUCCESS(status)) {
+  if (const NTSTATUS status = CheckListLength(context, value); !NT_SUCCESS(status)) {
     return status;
   }
   char copy[kMaxListLength + 1];
   std::memcpy(copy, value, std::strlen(value) + 1);  // at most 256 bytes after the length check
-  return ApplySwitchList(context, kMetadataQuery, value, copy);
+  return ApplySwitchList(context, metadataQuery, value, copy);
 }

@@ -1,7 +1,8 @@
-// Customer and agent identity: cid (16 bytes under CU, set from a checksum CID),
-// aid (16 bytes under AG, never written by the tool) and provisioning-token
-// (u64 under PT). All three are protected: a stored value is replaced or deleted
-// only with -f.
+// Customer and agent identity: cid (16 bytes, set from a checksum CID), aid
+// (16 bytes, never written by the tool) and provisioning-token (u64). Their
+// rows in the settings table give the stored value names and declare them
+// protected: each handler starts with its read and GuardStoredValue, which
+// refuses to replace or delete a stored value without -f.
 #include "options/identity.h"
 
 #include <cerrno>
@@ -12,7 +13,7 @@
 
 #include "options/handlers.h"
 #include "options/stored_value.h"
-#include "options/value_names.h"
+#include "options/settings.h"
 #include "options/value_print.h"
 
 namespace {
@@ -29,8 +30,8 @@ NTSTATUS ReadIdentifier(const OptionContext* context, const UNICODE_STRING* name
   return context->store->get(name, identifier->data(), &size);
 }
 
-void PrintIdentifier(OptionContext* context, const char* option, const Identifier& identifier) {
-  PrintValue(context, "%s=\"%s\"", option, FormatIdentifier(identifier).data());
+void PrintIdentifier(OptionContext* context, const Identifier& identifier) {
+  PrintValue(context, "%s=\"%s\"", context->option, FormatIdentifier(identifier).data());
 }
 
 NTSTATUS CidNotSet() {
@@ -38,7 +39,7 @@ NTSTATUS CidNotSet() {
   return STATUS_UNSUCCESSFUL;
 }
 
-NTSTATUS StoreCid(OptionContext* context, const char* value) {
+NTSTATUS StoreCid(OptionContext* context, const Setting& row, const char* value) {
   Identifier identifier{};
   IdentifierText digits{};
   switch (ParseChecksumCid(value, &identifier, &digits)) {
@@ -52,13 +53,13 @@ NTSTATUS StoreCid(OptionContext* context, const char* value) {
       break;
   }
   const NTSTATUS status =
-      context->store->set(&value_names::kCustomerId, identifier.data(), static_cast<std::uint32_t>(identifier.size()));
+      context->store->set(&row.name, identifier.data(), static_cast<std::uint32_t>(identifier.size()));
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write CID \"%s\" to config file\n", digits.data());
     return status;
   }
-  if (context->verbose || context->get) {
-    PrintIdentifier(context, "cid", identifier);
+  if (context->verbose) {
+    PrintIdentifier(context, identifier);
   }
   return STATUS_SUCCESS;
 }
@@ -150,102 +151,77 @@ bool ParseProvisioningToken(const char* text, std::uint64_t* token) {
 }
 
 NTSTATUS HandleCid(OptionContext* context, const char* value) {
+  const Setting& row = SettingOf(OptionId::kCid);
   Identifier stored{};
-  const NTSTATUS status = ReadIdentifier(context, &value_names::kCustomerId, &stored);
-  if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
-    PrintDiagnostic("Could not read CID from config file\n");
+  bool present = false;
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadIdentifier(context, &row.name, &stored), &present);
+      !NT_SUCCESS(status)) {
     return status;
   }
-
-  if (status == STATUS_NOT_FOUND) {
-    if (context->set) {
-      return StoreCid(context, value);
-    }
+  if (context->set) {
+    return StoreCid(context, row, value);
+  }
+  if (!present) {
     // A missing CID is an error for a get, and for a delete that was asked to
     // show the result.
-    if (context->get || context->verbose) {
-      return CidNotSet();
-    }
-    return STATUS_SUCCESS;
+    return context->get || context->verbose ? CidNotSet() : STATUS_SUCCESS;
   }
-
   if (context->get) {
-    PrintIdentifier(context, "cid", stored);
+    PrintIdentifier(context, stored);
     return STATUS_SUCCESS;
   }
-  if (!context->force) {
-    PrintDiagnostic("CID is set, but -f was not specified\n");
-    return STATUS_INVALID_PARAMETER;
-  }
-  if (context->set) {
-    return StoreCid(context, value);
-  }
-  const NTSTATUS deleted = context->store->remove(&value_names::kCustomerId);
-  if (!NT_SUCCESS(deleted)) {
+  if (const NTSTATUS deleted = context->store->remove(&row.name); !NT_SUCCESS(deleted)) {
     PrintDiagnostic("Could not delete CID from config file\n");
     return deleted;
   }
   // The delete worked, yet showing the result reports the now missing CID.
-  if (context->verbose || context->get) {
-    return CidNotSet();
-  }
-  return STATUS_SUCCESS;
+  return context->verbose ? CidNotSet() : STATUS_SUCCESS;
 }
 
 // Get and delete only: the option table refuses -s with --aid.
 NTSTATUS HandleAid(OptionContext* context, const char*) {
+  const Setting& row = SettingOf(OptionId::kAid);
   Identifier stored{};
-  const NTSTATUS status = ReadIdentifier(context, &value_names::kAgentId, &stored);
-  if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
-    PrintDiagnostic("Could not read AID from config file\n");
+  bool present = false;
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadIdentifier(context, &row.name, &stored), &present);
+      !NT_SUCCESS(status)) {
     return status;
   }
-  if (status == STATUS_NOT_FOUND) {
+  if (!present) {
     if (context->get || context->verbose) {
-      PrintNotSet(context, "aid");
+      PrintNotSet(context, context->option);
     }
     return STATUS_SUCCESS;
   }
   if (!context->del) {
-    PrintIdentifier(context, "aid", stored);
+    PrintIdentifier(context, stored);
     return STATUS_SUCCESS;
   }
-  if (!context->force) {
-    PrintDiagnostic("AID is set, but -f was not specified\n");
-    return STATUS_INVALID_PARAMETER;
-  }
-  const NTSTATUS deleted = context->store->remove(&value_names::kAgentId);
-  if (!NT_SUCCESS(deleted)) {
+  if (const NTSTATUS deleted = context->store->remove(&row.name); !NT_SUCCESS(deleted)) {
     PrintDiagnostic("Could not delete AID from config file\n");
     return deleted;
   }
   if (context->verbose) {
-    PrintNotSet(context, "aid");
+    PrintNotSet(context, context->option);
   }
   return STATUS_SUCCESS;
 }
 
 NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
+  const Setting& row = SettingOf(OptionId::kProvisioningToken);
   std::uint64_t stored = 0;
-  const NTSTATUS status = ReadU64Value(context, &value_names::kProvisioningToken, &stored);
-  if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
-    PrintDiagnostic("Could not read provision token from config file\n");
+  bool present = false;
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadU64Value(context, &row.name, &stored), &present);
+      !NT_SUCCESS(status)) {
     return status;
   }
-  const bool present = status != STATUS_NOT_FOUND;
-
   if (context->set) {
-    if (present && !context->force) {
-      PrintDiagnostic("Provisioning token is set, but -f was not specified\n");
-      return STATUS_INVALID_PARAMETER;
-    }
     std::uint64_t token = 0;
     if (!ParseProvisioningToken(value, &token)) {
       PrintDiagnostic("Provisioning token format incorrect\n");
       return STATUS_INVALID_PARAMETER;
     }
-    const NTSTATUS written = WriteU64Value(context, &value_names::kProvisioningToken, token);
-    if (!NT_SUCCESS(written)) {
+    if (const NTSTATUS written = WriteU64Value(context, &row.name, token); !NT_SUCCESS(written)) {
       PrintDiagnostic("Could not write provisioning token to config file\n");
       return written;
     }
@@ -254,29 +230,22 @@ NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
     }
     return STATUS_SUCCESS;
   }
-
   if (context->get) {
     if (present) {
       PrintToken(context, stored);
     } else {
-      PrintNotSet(context, "provisioning-token");
+      PrintNotSet(context, context->option);
     }
     return STATUS_SUCCESS;
   }
-
   if (present) {
-    if (!context->force) {
-      PrintDiagnostic("Provisioning token is set, but -f was not specified\n");
-      return STATUS_INVALID_PARAMETER;
-    }
-    const NTSTATUS deleted = context->store->remove(&value_names::kProvisioningToken);
-    if (!NT_SUCCESS(deleted)) {
+    if (const NTSTATUS deleted = context->store->remove(&row.name); !NT_SUCCESS(deleted)) {
       PrintDiagnostic("Could not delete provisioning token from config file\n");
       return deleted;
     }
   }
   if (context->verbose) {
-    PrintNotSet(context, "provisioning-token");
+    PrintNotSet(context, context->option);
   }
   return STATUS_SUCCESS;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "options/option_id.h"
 #include "options/store_access.h"
 #include "runtime/status.h"
 
@@ -17,8 +18,9 @@ struct OptionContext {
   // Long options given on the command line; handlers count it down once per
   // printed value.
   std::uint32_t remaining;
-  // The long option whose handler runs now (without "--"); set by the driver
-  // before each call.
+  // The option whose handler runs now, and its long name (without "--"); set
+  // by the driver before each call.
+  OptionId id;
   const char* option;
   // Set by the driver when --update was given: the daemon is to be told of a
   // changed trace level, feature set or log-counters switch. Null otherwise.

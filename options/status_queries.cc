@@ -12,7 +12,6 @@
 
 #include "options/handlers.h"
 #include "options/rfm_reasons.h"
-#include "options/value_names.h"
 #include "options/value_print.h"
 #include "registry/registry.h"
 #include "runtime/file.h"
@@ -51,6 +50,9 @@ static_assert(IsAscii(VANTOR_VERSION), "the version must be ASCII");
 constexpr WideLiteral kVersionText = Widen(VANTOR_VERSION);
 constexpr UNICODE_STRING kVersionString = TvConstantString(kVersionText.text);
 
+// Written by the sensor, never by the tool: no option stores it.
+constexpr UNICODE_STRING kRfmHistory = TvConstantString(u"RFMHistory");
+
 constexpr char kSystagsPath[] = "/proc/vantor_lsm_serviceable/systags";
 constexpr std::uint32_t kSystagsReadLimit = 4095;
 
@@ -84,7 +86,7 @@ class HistoryArray {
 
 NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries, std::uint32_t* count) {
   std::uint32_t length = 0;
-  NTSTATUS status = context->store->get(&value_names::kRfmHistory, nullptr, &length);
+  NTSTATUS status = context->store->get(&kRfmHistory, nullptr, &length);
   // Absent, stored empty, or unreadable (a damaged store): all read as no history.
   if (status != STATUS_BUFFER_TOO_SMALL || length == 0) return STATUS_NOT_FOUND;
 
@@ -95,7 +97,7 @@ NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries,
   }
   // The sensor may rewrite the value in between; the second read's length
   // counts, and a value that grew fails with STATUS_BUFFER_TOO_SMALL.
-  status = context->store->get(&value_names::kRfmHistory, buffer.get(), &length);
+  status = context->store->get(&kRfmHistory, buffer.get(), &length);
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_CORE, "Could not read RFM history");
     return status;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/option_table.h"
 #include "options/handlers.h"
 #include "options/settings.h"
 
@@ -129,7 +130,12 @@ TEST(StoreFailuresTest, AreReportedAndNothingFollowsThem) {
     context.reload = [] { gEvents.emplace_back("signal"); };  // as with --update
     context.store = &kMemoryStore;
     const std::string option(c.name, std::strcspn(c.name, " "));  // each name starts with its option
-    context.option = option.c_str();
+    for (const OptionEntry& row : OptionTable()) {
+      if (option == row.longOption.name) {
+        context.id = row.id;
+        context.option = row.longOption.name;
+      }
+    }
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const NTSTATUS status = c.handler(&context, c.value);

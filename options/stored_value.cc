@@ -66,10 +66,10 @@ NTSTATUS WriteTextValue(const OptionContext* context, const UNICODE_STRING* name
 }
 
 NTSTATUS DeleteSettingValue(OptionContext* context, const UNICODE_STRING* name, const char* option,
-                            const char* failureMessage) {
+                            Message<> failureMessage) {
   const NTSTATUS status = context->store->remove(name);
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
-    PrintDiagnostic("%s", failureMessage);
+    PrintDiagnostic(failureMessage);
     return status;
   }
   if (context->verbose) {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <span>
 
+#include "options/message.h"
 #include "options/option_context.h"
 #include "runtime/rtl_string.h"
 #include "runtime/status.h"
@@ -37,4 +38,4 @@
 // to standard error and returns the status. On success, with `verbose`,
 // value-prints "<option> is not set".
 [[nodiscard]] NTSTATUS DeleteSettingValue(OptionContext* context, const UNICODE_STRING* name, const char* option,
-                                          const char* failureMessage);
+                                          Message<> failureMessage);

@@ -1,5 +1,6 @@
-// --tags: the sensor's grouping tags, stored as text under GroupTags. A stored
-// list is protected: replacing or deleting it needs -f.
+// --tags: the sensor's grouping tags, stored as text. The settings row gives the
+// value name and declares a stored list protected: replacing or deleting it
+// needs -f (GuardStoredValue).
 //
 // Output follows the common rule that a set or delete prints only with -v; a
 // get always prints.
@@ -9,13 +10,13 @@
 
 #include "options/handlers.h"
 #include "options/stored_value.h"
-#include "options/value_names.h"
+#include "options/settings.h"
 #include "options/value_print.h"
 
 namespace {
 
 constexpr std::size_t kMaxTagsLength = 256;
-constexpr char kNotSet[] = "Sensor grouping tags are not set";
+constexpr Message<> kNotSet = "Sensor grouping tags are not set";
 
 constexpr bool IsTagCharacter(char c) {
   // Explicit ASCII ranges: the "C" locale's alphanumerics. Bytes of 0x80 and
@@ -50,25 +51,21 @@ bool IsValidTagList(const char* value) {
 }  // namespace
 
 NTSTATUS HandleTags(OptionContext* context, const char* value) {
+  const Setting& row = SettingOf(OptionId::kTags);
   // Room for the terminator after a full 256-byte list.
   char stored[kMaxTagsLength + 1];
-  const NTSTATUS readStatus = ReadTextValue(context, &value_names::kGroupTags, stored);
-  if (!NT_SUCCESS(readStatus) && readStatus != STATUS_NOT_FOUND) {
-    PrintDiagnostic("Could not read the sensor grouping tags from config file\n");
-    return readStatus;
+  bool exists = false;
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadTextValue(context, &row.name, stored), &exists);
+      !NT_SUCCESS(status)) {
+    return status;
   }
-  const bool exists = NT_SUCCESS(readStatus);
 
   if (context->set) {
-    if (exists && !context->force) {
-      PrintDiagnostic("Sensor grouping tags are already set, but -f was not specified\n");
-      return STATUS_INVALID_PARAMETER;
-    }
     if (!IsValidTagList(value)) {
       PrintDiagnostic("Sensor grouping tags have an invalid format\n");
       return STATUS_INVALID_PARAMETER_1;
     }
-    const NTSTATUS status = WriteTextValue(context, &value_names::kGroupTags, value);
+    const NTSTATUS status = WriteTextValue(context, &row.name, value);
     if (!NT_SUCCESS(status)) {
       PrintDiagnostic("Could not write the sensor grouping tags '%s' to config file\n", value);
       return status;
@@ -81,11 +78,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
 
   if (context->del) {
     if (exists) {
-      if (!context->force) {
-        PrintDiagnostic("Sensor grouping tags are set, but -f was not specified\n");
-        return STATUS_INVALID_PARAMETER;
-      }
-      const NTSTATUS status = context->store->remove(&value_names::kGroupTags);
+      const NTSTATUS status = context->store->remove(&row.name);
       // Gone between the read and the delete (the daemon shares the file) is a
       // failed delete too, as for the identifiers: this run did not delete it.
       if (!NT_SUCCESS(status)) {
@@ -94,7 +87,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
       }
     }
     if (context->verbose) {
-      PrintValue(context, "%s", kNotSet);
+      PrintValue(context, kNotSet);
     }
     return STATUS_SUCCESS;
   }
@@ -102,7 +95,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
   if (exists) {
     PrintValue(context, "tags=%s", stored);
   } else {
-    PrintValue(context, "%s", kNotSet);
+    PrintValue(context, kNotSet);
   }
   return STATUS_SUCCESS;
 }

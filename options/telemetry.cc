@@ -17,7 +17,7 @@
 
 #include "options/handlers.h"
 #include "options/stored_value.h"
-#include "options/value_names.h"
+#include "options/settings.h"
 #include "options/value_print.h"
 #include "runtime/trace.h"
 
@@ -25,14 +25,16 @@ namespace {
 
 struct LogSetting {
   const char* word;  // fills the %s of every message
-  const UNICODE_STRING* valueName;
+  OptionId id;       // its settings row gives the value name
   std::uint32_t defaultSeconds;
 };
 
 constexpr LogSetting kLogSettings[] = {
-    {"interval", &value_names::kLogInterval, kLogIntervalDefaultSeconds},
-    {"duration", &value_names::kLogDuration, kLogDurationDefaultSeconds},
+    {"interval", OptionId::kLogInterval, kLogIntervalDefaultSeconds},
+    {"duration", OptionId::kLogDuration, kLogDurationDefaultSeconds},
 };
+
+const UNICODE_STRING* ValueNameOf(OptionId id) { return &SettingOf(id).name; }
 
 constexpr const LogSetting& SettingOf(LogSettingKind kind) { return kLogSettings[static_cast<std::uint32_t>(kind)]; }
 
@@ -86,7 +88,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
     return status;
   }
 
-  status = WriteU32Value(context, setting.valueName, seconds);
+  status = WriteU32Value(context, ValueNameOf(setting.id), seconds);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write log %s value \"%s\" to config. Status:0x%X\n", setting.word, value,
                     static_cast<unsigned>(status));
@@ -101,7 +103,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
 NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
   const LogSetting& setting = SettingOf(kind);
   std::uint32_t seconds = 0;
-  const NTSTATUS status = ReadU32Value(context, setting.valueName, &seconds);
+  const NTSTATUS status = ReadU32Value(context, ValueNameOf(setting.id), &seconds);
   if (status == STATUS_NOT_FOUND) {
     PrintDefault(context, setting);
     return STATUS_SUCCESS;
@@ -117,7 +119,7 @@ NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
 
 NTSTATUS DeleteLogSetting(OptionContext* context, LogSettingKind kind) {
   const LogSetting& setting = SettingOf(kind);
-  const NTSTATUS status = context->store->remove(setting.valueName);
+  const NTSTATUS status = context->store->remove(ValueNameOf(setting.id));
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not delete log %s value from config file. Status:0x%X\n", setting.word,
                     static_cast<unsigned>(status));
@@ -148,7 +150,7 @@ NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std:
   std::uint32_t duration = value;
   bool intervalStored = true;
   if (kind == LogSettingKind::Interval) {
-    const NTSTATUS status = ReadU32Value(context, &value_names::kLogDuration, &duration);
+    const NTSTATUS status = ReadU32Value(context, ValueNameOf(OptionId::kLogDuration), &duration);
     if (status == STATUS_NOT_FOUND) {
       duration = kLogDurationDefaultSeconds;
     } else if (!NT_SUCCESS(status)) {
@@ -157,7 +159,7 @@ NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std:
       return status;
     }
   } else {
-    const NTSTATUS status = ReadU32Value(context, &value_names::kLogInterval, &interval);
+    const NTSTATUS status = ReadU32Value(context, ValueNameOf(OptionId::kLogInterval), &interval);
     if (status == STATUS_NOT_FOUND) {
       interval = kLogIntervalDefaultSeconds;
       intervalStored = false;

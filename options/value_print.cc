@@ -1,7 +1,13 @@
 #include "options/value_print.h"
 
 #include <cstdarg>
-#include <cstdio>
+
+void value_print::Write(FILE* stream, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  std::vfprintf(stream, format, args);
+  va_end(args);
+}
 
 void PrintSeparator(OptionContext* context) {
   // A handler prints only for options that were counted, so `remaining` is at
@@ -12,15 +18,11 @@ void PrintSeparator(OptionContext* context) {
   std::fputs(context->remaining != 0 ? ", " : ".", stdout);
 }
 
-void PrintValue(OptionContext* context, const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  std::vfprintf(stdout, format, args);
-  va_end(args);
-  PrintSeparator(context);
-}
+void PrintNotSet(OptionContext* context, const char* option) { PrintValue(context, "%s is not set", option); }
 
-bool ReadGaveValue(OptionContext* context, NTSTATUS readStatus, const char* option, const char* readFailure,
+void PrintText(const char* text) { std::fputs(text, stdout); }
+
+bool ReadGaveValue(OptionContext* context, NTSTATUS readStatus, const char* option, Message<> readFailure,
                    NTSTATUS* result) {
   if (NT_SUCCESS(readStatus)) {
     return true;
@@ -29,17 +31,8 @@ bool ReadGaveValue(OptionContext* context, NTSTATUS readStatus, const char* opti
     PrintNotSet(context, option);
     *result = STATUS_SUCCESS;
   } else {
-    std::fputs(readFailure, stderr);
+    PrintDiagnostic(readFailure);
     *result = readStatus;
   }
   return false;
-}
-
-void PrintNotSet(OptionContext* context, const char* option) { PrintValue(context, "%s is not set", option); }
-
-void PrintDiagnostic(const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  std::vfprintf(stderr, format, args);
-  va_end(args);
 }
