@@ -13,6 +13,7 @@
 #include "cli/option_table.h"
 #include "cli/usage.h"
 #include "options/option_context.h"
+#include "options/value_print.h"
 #include "options/reload.h"
 #include "runtime/namespace.h"
 #include "runtime/trace.h"
@@ -62,7 +63,7 @@ void ReserveStandardDescriptors() {
 
 // Writes the usage hint that ends every failed run and returns its status.
 int Fail() {
-  std::fputs("Run 'vantorctl -h' OR 'vantorctl --help' for usage help\n", stderr);
+  PrintDiagnostic("Run 'vantorctl -h' OR 'vantorctl --help' for usage help\n");
   return kExitFailure;
 }
 
@@ -72,13 +73,13 @@ bool StartUp() {
   NamespaceDetect();
   if (NamespaceIsNamespaced()) {
     if (!RedirectToolLogToStdout()) {
-      std::fputs("WARNING: failed to redirect logs to STDOUT\n", stderr);
+      PrintDiagnostic("WARNING: failed to redirect logs to STDOUT\n");
     }
     // Standard output itself, taken before the switch, so the log stays this
     // container's standard output afterwards and shares its file offset.
     TraceOpenToolLogOnStandardOutput();
     if (!NT_SUCCESS(NamespaceSwitchToInit()) && !NamespaceSwitchCountAbove(0)) {
-      std::fputs("ERROR: failed switch to init mount namespace\n", stderr);
+      PrintDiagnostic("ERROR: failed switch to init mount namespace\n");
       return false;
     }
     // A switch that failed part way carries on in the namespaces it reached.
@@ -86,7 +87,7 @@ bool StartUp() {
     TraceOpenToolLog();
   }
   if (!NT_SUCCESS(OpenSimpleStore())) {
-    std::fputs("ERROR: unable to initialize simple store\n", stderr);
+    PrintDiagnostic("ERROR: unable to initialize simple store\n");
     return false;
   }
   return true;
@@ -139,7 +140,7 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
     }
     const auto row = static_cast<std::size_t>(c);
     if (state->given[row]) {
-      std::fprintf(stderr, "ERROR: --%s specified more than once\n", OptionTable()[row].longOption.name);
+      PrintDiagnostic("ERROR: --%s specified more than once\n", OptionTable()[row].longOption.name);
       return ParseResult::Failed;
     }
     state->given[row] = true;
@@ -151,19 +152,19 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
 // The mode rules, in order. Returns false after writing the failing rule's line.
 bool CheckModes(int argc, char** argv, const ParseState& state) {
   if (optind < argc) {
-    std::fprintf(stderr, "ERROR: unsupported non-option argument '%s'\n", argv[optind]);
+    PrintDiagnostic("ERROR: unsupported non-option argument '%s'\n", argv[optind]);
     return false;
   }
   if (state.modeSet == 0) {
-    std::fputs("ERROR: -g or -s or -d must be specified\n", stderr);
+    PrintDiagnostic("ERROR: -g or -s or -d must be specified\n");
     return false;
   }
   if (state.modeSet != kModeSet && state.modeSet != kModeGet && state.modeSet != kModeDelete) {
-    std::fputs("ERROR: -g and -s and -d are mutually exclusive\n", stderr);
+    PrintDiagnostic("ERROR: -g and -s and -d are mutually exclusive\n");
     return false;
   }
   if (state.context.remaining == 0) {
-    std::fprintf(stderr, "ERROR: no options specified for -%c  \n", state.modeLetter);
+    PrintDiagnostic("ERROR: no options specified for -%c  \n", state.modeLetter);
     return false;
   }
   return true;
@@ -178,17 +179,17 @@ bool Dispatch(ParseState* state) {
     }
     const char* value = state->values[IndexOf(row.id)];
     if ((row.allowedModes & state->modeSet) == 0) {
-      std::fprintf(stderr, "ERROR: -%c with --%s is not supported.\n", state->modeLetter, row.longOption.name);
+      PrintDiagnostic("ERROR: -%c with --%s is not supported.\n", state->modeLetter, row.longOption.name);
       return false;
     }
     if (state->modeSet == kModeSet && row.longOption.has_arg != no_argument && value == nullptr) {
-      std::fprintf(stderr, "ERROR: --%s requires a value\n", row.longOption.name);
+      PrintDiagnostic("ERROR: --%s requires a value\n", row.longOption.name);
       return false;
     }
     state->context.id = row.id;
     state->context.option = row.longOption.name;
     if (row.handler != nullptr && !NT_SUCCESS(row.handler(&state->context, value))) {
-      std::fprintf(stderr, "ERROR: failed to process the option --%s\n", row.longOption.name);
+      PrintDiagnostic("ERROR: failed to process the option --%s\n", row.longOption.name);
       return false;
     }
   }
@@ -249,7 +250,7 @@ int FinishRun(int status) {
     error = errno;
   }
   if (earlier || flushFailed || closeFailed) {
-    std::fprintf(stderr, "vantorctl: write error: %s\n", std::strerror(error != 0 ? error : EIO));
+    PrintDiagnostic("vantorctl: write error: %s\n", std::strerror(error != 0 ? error : EIO));
     return kExitFailure;
   }
   return status;

@@ -23,7 +23,7 @@ template <typename T>
 constexpr char KindOf() {
   using U = std::remove_cv_t<T>;
   if constexpr (std::is_same_v<U, const char*> || std::is_same_v<U, char*>) return 's';
-  else if constexpr (std::is_same_v<U, int>) return 'i';
+  else if constexpr (std::is_same_v<U, int> || std::is_same_v<U, char>) return 'i';  // a char goes as an int
   else if constexpr (std::is_same_v<U, unsigned>) return 'u';
   else if constexpr (std::is_same_v<U, long>) return 'L';
   else if constexpr (std::is_same_v<U, unsigned long>) return 'U';

@@ -227,7 +227,7 @@ NTSTATUS SetSetting(OptionContext* context, const Setting& s, const char* value)
     return status;
   }
   if (s.trueNotice != nullptr && number == 1) {
-    PrintText(s.trueNotice);  // whatever the verbosity; not a counted result
+    PrintText("%s", s.trueNotice);  // whatever the verbosity; not a counted result
   }
   if (s.reloads && context->reload != nullptr) {
     context->reload();  // its outcome does not change this result

@@ -131,7 +131,7 @@ NTSTATUS HandleVersion(OptionContext* /*context*/, const char* /*value*/) {
     PrintDiagnostic("could not convert version string to ansi\n");
     return status;
   }
-  std::printf("version = %s\n", text.get().Buffer);
+  PrintText("version = %s\n", static_cast<const char*>(text.get().Buffer));
   return STATUS_SUCCESS;
 }
 
@@ -152,7 +152,7 @@ NTSTATUS HandleSystags(OptionContext* /*context*/, const char* /*value*/) {
     }
     // Printed as a C string: the copy ends at the first NUL byte, if any.
     buffer[count] = '\0';
-    std::fputs(buffer, stdout);
+    PrintText("%s", static_cast<const char*>(buffer));
     return STATUS_SUCCESS;
   }
 
@@ -161,8 +161,14 @@ NTSTATUS HandleSystags(OptionContext* /*context*/, const char* /*value*/) {
     PrintDiagnostic("Could not read systags\n");
     return status;
   }
-  // Lines printed before a failure stay printed; the enumeration logs it.
-  status = PrintSystemTags();
+  // One line per tag, as PrintSystemTags prints them, through the handlers'
+  // output. Lines printed before a failure stay printed; the enumeration logs it.
+  status = EnumerateSystemTags(
+      [](std::uint64_t tag, void*) {
+        PrintText("%lu\n", static_cast<unsigned long>(tag));
+        return STATUS_SUCCESS;
+      },
+      nullptr);
   CloseRegistry();
   return status;
 }
@@ -215,7 +221,7 @@ NTSTATUS HandleRfmHistory(OptionContext* context, const char* /*value*/) {
   for (std::uint32_t i = 0; i < count; ++i) {
     const RfmHistoryEntry& entry = entries[i];
     const bool last = i + 1 == count;
-    std::printf("%s[%u%s] %s backend, %sin RFM, rfm-reason=%s, code=0x%X%s", i == 0 ? "rfm-history={" : "",
+    PrintText("%s[%u%s] %s backend, %sin RFM, rfm-reason=%s, code=0x%X%s", i == 0 ? "rfm-history={" : "",
                 static_cast<unsigned>(i), i == 0 ? " (newest)" : "", entry.Backend == 0 ? "kernel" : "bpf",
                 entry.InRfm == 1 ? "" : "not ", RfmReasonText(entry.ReasonCode),
                 static_cast<unsigned>(entry.ReasonCode), last ? "}" : "; ");

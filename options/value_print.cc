@@ -20,8 +20,6 @@ void PrintSeparator(OptionContext* context) {
 
 void PrintNotSet(OptionContext* context, const char* option) { PrintValue(context, "%s is not set", option); }
 
-void PrintText(const char* text) { std::fputs(text, stdout); }
-
 bool ReadGaveValue(OptionContext* context, NTSTATUS readStatus, const char* option, Message<> readFailure,
                    NTSTATUS* result) {
   if (NT_SUCCESS(readStatus)) {

@@ -42,8 +42,11 @@ void PrintValue(OptionContext* context, Message<std::type_identity_t<Args>...> f
 void PrintNotSet(OptionContext* context, const char* option);
 
 // Text on standard output that is no counted result: a status query's whole
-// lines, a set's notice.
-void PrintText(const char* text);
+// lines and pieces, a set's notice.
+template <typename... Args>
+void PrintText(Message<std::type_identity_t<Args>...> format, Args... args) {
+  value_print::Put(stdout, format.text(), args...);
+}
 
 // A diagnostic line on standard error (the format carries its own "\n").
 template <typename... Args>
