@@ -4,6 +4,12 @@
 
 namespace {
 
+struct RfmReason {
+  std::uint32_t code;
+  const char* text;
+};
+
+// In search order; several codes share a text.
 constexpr std::array<RfmReason, 20> kRfmReasons{{
     {0x00000000u, "None"},
     {0xC000036Cu, "Kernel modules blocked by user"},
@@ -39,7 +45,5 @@ static_assert(Lookup(0xE00400ADu)[0] == 'B');
 static_assert(Lookup(0x12345678u) == kUnspecified);
 
 }  // namespace
-
-std::span<const RfmReason> RfmReasonTable() { return kRfmReasons; }
 
 const char* RfmReasonText(std::uint32_t code) { return Lookup(code); }

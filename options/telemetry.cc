@@ -23,6 +23,10 @@
 
 namespace {
 
+constexpr std::uint32_t kLogSettingMinimumSeconds = 5;
+constexpr std::uint32_t kLogIntervalDefaultSeconds = 60;
+constexpr std::uint32_t kLogDurationDefaultSeconds = 3600;
+
 struct LogSetting {
   const char* word;  // fills the %s of every message
   OptionId id;       // its settings row gives the value name

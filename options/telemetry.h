@@ -1,5 +1,7 @@
 // Telemetry logging settings shared with the sensor's telemetry code: the check
 // that keeps a log interval and a log duration consistent with each other.
+// Part of the runtime's API (the sensor calls it too); the tool's own handlers
+// for --loginterval and --logduration are in options/handlers.h.
 #pragma once
 
 #include <cstdint>
@@ -23,10 +25,6 @@ enum class LogSettingReason : std::uint32_t {
   DurationOverflow,             // duration x 1000 does not fit 32 bits
   ReadFailure,                  // the other stored value could not be read
 };
-
-inline constexpr std::uint32_t kLogSettingMinimumSeconds = 5;
-inline constexpr std::uint32_t kLogIntervalDefaultSeconds = 60;
-inline constexpr std::uint32_t kLogDurationDefaultSeconds = 3600;
 
 // Checks `value` proposed for `kind` against the other stored value (its default
 // when not stored). Checks, first failure decides: interval overflow (skipped

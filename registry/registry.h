@@ -22,56 +22,16 @@
 #include "runtime/file.h"
 #include "runtime/rtl_string.h"
 #include "runtime/status.h"
-#include "runtime/sync.h"
 #include "runtime/utf8.h"
 
+// Handles: callers hold pointers to these and reach their contents only through
+// the provider table below (registry_internal.h defines them for the
+// registry's own code).
 struct RegistryNode;
 struct RegistryRoot;
 
 // printf-like output used by DumpRegistry (std::printf fits).
 using RegistryPrinter = int (*)(const char* format, ...);
-
-// Per-kind node operations.
-// Frees what the node owns and the node itself.
-using RegistryDestroyOp = void (*)(RegistryNode* node);
-// Whether `key` (a GUID* for stores and collections, a UNICODE_STRING* for
-// records and attributes) is this node's key.
-using RegistryMatchOp = bool (*)(const RegistryNode* node, const void* key);
-// Writes the node's own file entry; *skipChildren tells whether its children are
-// to be left out. Returns the first failed write's status.
-using RegistrySerializeOp = NTSTATUS (*)(const RegistryNode* node, FileHandle file, bool* skipChildren);
-// Prints the node's dump line.
-using RegistryDumpOp = void (*)(const RegistryNode* node, RegistryPrinter printer);
-
-enum class RegistryNodeKind : std::uint8_t { Store, Collection, Record, Attribute };
-
-// The one record type of all four kinds.
-struct RegistryNode {
-  RegistryNode* Previous;
-  RegistryNode* Next;
-  RegistryNode* Parent;  // null for a Store: stores hang off the RegistryRoot
-  RegistryNode* FirstChild;
-  RegistryDestroyOp Destroy;
-  RegistryMatchOp Match;
-  RegistrySerializeOp Serialize;
-  RegistryDumpOp Dump;
-  RecursiveLockBlock* Lock;  // the RegistryRoot's lock
-  RegistryRoot* Registry;    // whose dirty flag changes set
-  RegistryNodeKind Kind;
-  GUID Guid;                  // Store, Collection
-  UNICODE_STRING Name;        // Record (IndexName), Attribute (AttributeName); owned, NUL-terminated
-  std::uint8_t Volatile;      // Collection, Record: fixed at creation
-  std::uint32_t DataLength;   // Attribute
-  std::uint8_t* Data;         // Attribute: owned, DataLength bytes (null when none)
-};
-
-// One per process while the registry is open.
-struct RegistryRoot {
-  FileHandle File;  // used only while loading and flushing
-  RegistryNode* FirstStore;
-  RecursiveLockBlock Lock;
-  std::uint8_t Dirty;  // set by every change, cleared by a successful flush
-};
 
 // The descriptor passed to SetAttribute (Buffer, BufferSize = length to store)
 // and QueryAttribute (BufferSize in; DataSize and Status out).
@@ -82,12 +42,8 @@ struct AttributeValue {
   NTSTATUS Status;
 };
 
-// The state of one walk over a node's children.
-struct RegistryEnumeration {
-  RegistryNode* Parent;
-  RegistryNode* Current;  // null before the first step
-  std::uint8_t Done;
-};
+// One walk over a node's children (opened and closed through the provider).
+struct RegistryEnumeration;
 
 // The operation table. Version 2; 21 slots; slot 20 holds no operation and must
 // not be called. Statuses per slot:
@@ -157,7 +113,8 @@ inline constexpr std::uint32_t kRegistryProviderVersion = 2;
 // is closed again (each close a flush). Failures are logged.
 using SystemTagCallback = NTSTATUS (*)(std::uint64_t tag, void* context);
 [[nodiscard]] NTSTATUS EnumerateSystemTags(SystemTagCallback callback, void* context);
-// "%lu\n" per tag to stdout.
+// "%lu\n" per tag to stdout. Part of the runtime's API; the tool prints the tags
+// through its own output path (EnumerateSystemTags).
 [[nodiscard]] NTSTATUS PrintSystemTags();
 
 // Loads `path` (created empty, 0660, when missing) into a new tree. A damaged
@@ -184,8 +141,6 @@ void CloseRegistry();
 [[nodiscard]] NTSTATUS FlushRegistry();
 // Prints the tree through `printer`.
 void DumpRegistry(RegistryPrinter printer);
-// Whether the open registry has unflushed changes (false when not open).
-[[nodiscard]] bool IsRegistryDirty();
 
 // The system-tag location, for writers and readers of the tags.
 inline constexpr GUID kSystemTagStoreGuid = {0x733c9a98, 0x7f6b, 0x4538, {0x9a, 0x35, 0x5c, 0x19, 0x5f, 0x22, 0x4c, 0x0d}};

@@ -544,11 +544,9 @@ void RemoveOwnTempFile() {
   if (!NT_SUCCESS(status)) {
     return status;
   }
-  root->File = file.get();
   if (root->FirstStore != nullptr) {
-    status = SerializeList(root->FirstStore, root->File);
+    status = SerializeList(root->FirstStore, file.get());
   }
-  root->File = kInvalidFile;
   if (NT_SUCCESS(status) && fsync(file.get()) != 0) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to flush %s: %!ERRNO!", path.c_str(), errno);
     status = STATUS_UNSUCCESSFUL;
@@ -593,7 +591,6 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   }
   std::memset(rootMemory.get(), 0, sizeof(RegistryRoot));
   auto* root = new (rootMemory.get()) RegistryRoot{};
-  root->File = kInvalidFile;
   InitializeRecursiveLockBlock(&root->Lock);
 
   UniqueFile file;

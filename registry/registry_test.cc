@@ -1,6 +1,7 @@
 // The registry tree in memory: provider table, node operations and the
 // system-tag query.
 #include "registry/registry.h"
+#include "registry/registry_internal.h"
 
 #include <gtest/gtest.h>
 

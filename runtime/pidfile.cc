@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -32,40 +33,19 @@ void SetPidFilePathForTesting(const char* path) { g_pidFilePath = path != nullpt
 
 bool PidFileExisted() { return g_pidFileExisted; }
 
-NTSTATUS TvFormatStringV(char* buffer, std::size_t size, std::size_t* length, const char* format, va_list args) {
-  if (length != nullptr) {
-    *length = 0;
-  }
-  // A zero-sized buffer cannot even hold the terminator; treated as a bad argument.
-  if (buffer == nullptr || size == 0 || format == nullptr) {
-    return STATUS_INVALID_PARAMETER;
-  }
-  const int written = std::vsnprintf(buffer, size, format, args);
-  if (written < 0) {
-    buffer[0] = '\0';
-    return STATUS_INVALID_PARAMETER;
-  }
-  if (static_cast<std::size_t>(written) >= size) {
-    if (length != nullptr) {
-      *length = size - 1;
-    }
-    return STATUS_BUFFER_OVERFLOW;
-  }
-  if (length != nullptr) {
-    *length = static_cast<std::size_t>(written);
-  }
-  return STATUS_SUCCESS;
-}
-
-NTSTATUS TvFormatString(char* buffer, std::size_t size, std::size_t* length, const char* format, ...) {
-  va_list args;
-  va_start(args, format);
-  const NTSTATUS status = TvFormatStringV(buffer, size, length, format, args);
-  va_end(args);
-  return status;
-}
-
 namespace {
+
+// Formats the PID line into `buffer`; STATUS_BUFFER_OVERFLOW when it does not
+// fit (the text is cut), STATUS_INVALID_PARAMETER when snprintf fails.
+NTSTATUS FormatPidLine(char* buffer, std::size_t size, std::size_t* length, int pid) {
+  const int written = std::snprintf(buffer, size, "%d\n", pid);
+  if (written < 0) {
+    *length = 0;
+    return STATUS_INVALID_PARAMETER;
+  }
+  *length = std::min(static_cast<std::size_t>(written), size - 1);
+  return static_cast<std::size_t>(written) < size ? STATUS_SUCCESS : STATUS_BUFFER_OVERFLOW;
+}
 
 // The kernel's ceiling for pid_max, used when /proc/sys cannot be read.
 constexpr long kPidMaxLimit = 4194304;
@@ -180,7 +160,7 @@ NTSTATUS CreatePidFile() {
 
   char text[kPidTextSize];
   std::size_t length = 0;
-  const NTSTATUS status = TvFormatString(text, sizeof(text), &length, "%d\n", static_cast<int>(getpid()));
+  const NTSTATUS status = FormatPidLine(text, sizeof(text), &length, static_cast<int>(getpid()));
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_PIDFILE, "Error converting PID: %!STATUS!", status);
     (void)unlink(g_pidFilePath);  // our own new file, still empty

@@ -7,7 +7,6 @@
 // any lock: call it from start-up and shutdown only.
 #pragma once
 
-#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 
@@ -50,15 +49,6 @@ void RemovePidFile();
 
 // Whether the last AcquirePidFile found a PID file already present.
 [[nodiscard]] bool PidFileExisted();
-
-// Bounded formatter: vsnprintf into buffer (size bytes). A negative result gives
-// STATUS_INVALID_PARAMETER and *length 0; a result that does not fit gives
-// STATUS_BUFFER_OVERFLOW (a failure) and *length size - 1 (the text is cut);
-// otherwise STATUS_SUCCESS and the length written. length may be null.
-[[nodiscard]] NTSTATUS TvFormatStringV(char* buffer, std::size_t size, std::size_t* length, const char* format,
-                                       va_list args);
-[[nodiscard]] NTSTATUS TvFormatString(char* buffer, std::size_t size, std::size_t* length, const char* format, ...)
-    __attribute__((format(printf, 4, 5)));
 
 // Points every operation above at another path (tests only; the string must
 // outlive its use). Null restores kPidFilePath.

@@ -1,6 +1,6 @@
 // The trace state, the gate and the writer.
 //
-// Locking: the log descriptor and path are read under the shared side of
+// Locking: the log descriptor is read under the shared side of
 // gTrace.lock and replaced or closed only under its exclusive side, so a line
 // is never written to a descriptor that is being closed. The lock is
 // statically initialised (constant initialisation, no constructor runs) and
@@ -29,14 +29,13 @@ namespace {
 constexpr std::uint32_t kNoComponentFilter = 0xFFFFFFFFu;
 // With the current level at this value the component filter is not applied.
 constexpr std::uint32_t kLevelIgnoringFilter = 1;
-constexpr std::size_t kLogPathSize = 4096;
+constexpr std::size_t kPathSize = 4096;  // the zone file path names
 
 struct TraceState {
   std::atomic<std::uint32_t> level{TRACE_LEVEL_ERROR};
   std::atomic<std::uint32_t> componentFilter{kNoComponentFilter};
   pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
   int fd = -1;                          // guarded by lock
-  char path[kLogPathSize + 1] = {};     // guarded by lock; empty when no log is open
   std::atomic<bool> exitHandlerRegistered{false};
 };
 
@@ -101,7 +100,7 @@ void UseUtcUnlessTheZoneFileIsRegular() {
   if (tz != nullptr && *tz == '\0') tz = "Universal";  // what the C library reads for an empty TZ
   if (tz != nullptr && *tz == ':') ++tz;
   if (tz != nullptr && *tz == '\0') return;  // UTC; no file named
-  char path[kLogPathSize];
+  char path[kPathSize];
   if (tz == nullptr) {
     tz = "/etc/localtime";
   } else if (*tz != '/') {
@@ -112,7 +111,7 @@ void UseUtcUnlessTheZoneFileIsRegular() {
   }
   struct stat st {};
   if (stat(tz, &st) != 0 || S_ISREG(st.st_mode)) return;
-  char zone[kLogPathSize];
+  char zone[kPathSize];
   std::snprintf(zone, sizeof zone, "%s", tz);  // the environment changes below
   (void)putenv(const_cast<char*>("TZ=UTC0"));
   tzset();
@@ -128,12 +127,6 @@ void InstallLog(int fd, int error, const char* path, const char* identity) {
     LogLockGuard guard(LogLockGuard::Side::Exclusive);
     previous = gTrace.fd;
     gTrace.fd = fd;
-    gTrace.path[0] = '\0';
-    if (fd != -1) {
-      // Only the first kLogPathSize bytes are remembered.
-      std::strncpy(gTrace.path, path, kLogPathSize);
-      gTrace.path[kLogPathSize] = '\0';
-    }
   }
   if (previous != -1) (void)close(previous);
   if (fd == -1) {
@@ -182,7 +175,6 @@ void TraceCloseLogFile() {
     LogLockGuard guard(LogLockGuard::Side::Exclusive);
     fd = gTrace.fd;
     gTrace.fd = -1;
-    gTrace.path[0] = '\0';
   }
   if (fd != -1) (void)close(fd);
 }

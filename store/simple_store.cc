@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -41,15 +40,13 @@ constexpr std::size_t kImageBufferSize = 2 * L::kImageSize;
 // The one store of the process. Constant-initialised (all zero, descriptor -1):
 // nothing runs before main. `file`, `image`, `before` and `readOnly` are set by
 // a successful open and cleared by close; `lock` is initialised at open and
-// destroyed at close. `owner` names the thread inside the locking frame
-// (diagnosis only).
+// destroyed at close.
 struct StoreState {
   FileHandle file = kInvalidFile;
   std::uint8_t* image = nullptr;   // kImageBufferSize bytes, TAG_SIMPLE_STORE; freed by close
   std::uint8_t* before = nullptr;  // image + L::kImageSize: the file's image before the change
   bool readOnly = false;           // the file could only be opened for reading
   pthread_rwlock_t lock{};
-  std::atomic<pthread_t> owner{0};
 };
 constinit StoreState g_store;
 
@@ -86,16 +83,13 @@ class Slot {
   std::uint8_t* p_;
 };
 
-// Takes the process-wide lock exclusively and records the owner; releases both
-// in reverse order.
+// Takes the process-wide lock exclusively for its lifetime.
 class StoreLockGuard {
  public:
   StoreLockGuard() {
     (void)pthread_rwlock_wrlock(&g_store.lock);
-    g_store.owner.exchange(pthread_self());
   }
   ~StoreLockGuard() {
-    g_store.owner.exchange(0);
     (void)pthread_rwlock_unlock(&g_store.lock);
   }
   StoreLockGuard(const StoreLockGuard&) = delete;
@@ -396,7 +390,6 @@ template <typename Work>
 
   std::memset(static_cast<void*>(&g_store.lock), 0, sizeof(g_store.lock));
   (void)pthread_rwlock_init(&g_store.lock, nullptr);
-  g_store.owner.store(0);
   g_store.image = static_cast<std::uint8_t*>(image.release());
   g_store.before = g_store.image + L::kImageSize;
   g_store.readOnly = readOnly;

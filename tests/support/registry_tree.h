@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "registry/registry.h"
+#include "registry/registry_internal.h"
 #include "tests/support/files.h"
 #include "tests/support/wide.h"
 
