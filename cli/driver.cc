@@ -37,7 +37,7 @@ struct ParseState {
   bool Given(OptionId id) const { return given[IndexOf(id)]; }
 };
 
-enum class ParseResult { Done, Usage, Failed };
+enum class ParseResult { kDone, kUsage, kFailed };
 
 // Set when the tool was started with standard output closed.
 bool gStandardOutputWasClosed = false;
@@ -113,7 +113,7 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
     const int c = getopt_long(argc, argv, kShortOptions, longOptions, nullptr);
     switch (c) {
       case -1:
-        return ParseResult::Done;
+        return ParseResult::kDone;
       case 's':
         SelectMode(state, &state->context.set, kModeSet, 's');
         continue;
@@ -131,17 +131,17 @@ ParseResult Parse(int argc, char** argv, ParseState* state) {
         continue;
       case 'h':
       case static_cast<int>(OptionId::kHelp):
-        return ParseResult::Usage;
+        return ParseResult::kUsage;
       default:
         break;
     }
     if (c < 0 || c >= static_cast<int>(kOptionCount)) {
-      return ParseResult::Failed;  // '?': already reported by the parser
+      return ParseResult::kFailed;  // '?': already reported by the parser
     }
     const auto row = static_cast<std::size_t>(c);
     if (state->given[row]) {
       PrintDiagnostic("ERROR: --%s specified more than once\n", OptionTable()[row].longOption.name);
-      return ParseResult::Failed;
+      return ParseResult::kFailed;
     }
     state->given[row] = true;
     state->values[row] = optarg;
@@ -216,12 +216,12 @@ int RunCommandLine(int argc, char** argv) {
   optind = 0;  // 0, not 1: glibc's parser then forgets every earlier scan
   ParseState state;
   switch (Parse(argc, argv, &state)) {
-    case ParseResult::Usage:
+    case ParseResult::kUsage:
       PrintUsage(stdout);
       return kExitSuccess;
-    case ParseResult::Failed:
+    case ParseResult::kFailed:
       return Fail();
-    case ParseResult::Done:
+    case ParseResult::kDone:
       break;
   }
   if (!CheckModes(argc, argv, state)) {

@@ -18,13 +18,13 @@ void PrintQuoted(std::string_view text) { std::printf("\"%.*s\"", static_cast<in
 
 const char* ActionName(value_sets::WordAction action) {
   switch (action) {
-    case value_sets::WordAction::SetBits:
+    case value_sets::WordAction::kSetBits:
       return "set";
-    case value_sets::WordAction::ClearBits:
+    case value_sets::WordAction::kClearBits:
       return "clear";
-    case value_sets::WordAction::ClearAll:
+    case value_sets::WordAction::kClearAll:
       return "clear_all";
-    case value_sets::WordAction::ShowOnly:
+    case value_sets::WordAction::kShowOnly:
       return "show";
   }
   return "?";

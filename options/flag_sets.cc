@@ -65,7 +65,7 @@ void FormatFeatureWords(Words words, std::uint32_t mask, char* out) {
 // The enable word undoing `disable` (the word clearing the same bits).
 const char* EnableWordOf(Words words, const FlagWord& disable) {
   for (const FlagWord& word : words) {
-    if (word.action == WordAction::ClearBits && word.bits == disable.bits) {
+    if (word.action == WordAction::kClearBits && word.bits == disable.bits) {
       return word.word.data();
     }
   }
@@ -78,19 +78,19 @@ void FormatMetadataQueryWords(Words words, std::uint32_t mask, char* out) {
   // The provider words set one bit; "disable" and "enable" cover all of them.
   std::uint32_t allProviders = 0;
   for (const FlagWord& word : words) {
-    if (word.action == WordAction::SetBits && std::has_single_bit(word.bits)) allProviders |= word.bits;
+    if (word.action == WordAction::kSetBits && std::has_single_bit(word.bits)) allProviders |= word.bits;
   }
   for (const FlagWord& word : words) {
     const bool all = word.bits == allProviders;
-    if (all && ((word.action == WordAction::SetBits && mask == allProviders) ||
-                (word.action == WordAction::ClearBits && mask == 0))) {
+    if (all && ((word.action == WordAction::kSetBits && mask == allProviders) ||
+                (word.action == WordAction::kClearBits && mask == 0))) {
       AppendWord(out, &length, word.word.data());
       return;
     }
   }
   // Bits above the providers' leave the words alone; they show only in the hex mask.
   for (const FlagWord& word : words) {
-    if (word.action == WordAction::SetBits && std::has_single_bit(word.bits)) {
+    if (word.action == WordAction::kSetBits && std::has_single_bit(word.bits)) {
       AppendWord(out, &length, (mask & word.bits) != 0 ? word.word.data() : EnableWordOf(words, word));
     }
   }
@@ -133,7 +133,7 @@ const char* ParseSwitchList(Words words, char* list, std::uint32_t* mask) {
     const std::string_view word(piece);
     const FlagWord* match = nullptr;
     for (const FlagWord& candidate : words) {
-      if (candidate.word == word && candidate.action != WordAction::ShowOnly) {
+      if (candidate.word == word && candidate.action != WordAction::kShowOnly) {
         match = &candidate;
         break;
       }
@@ -142,16 +142,16 @@ const char* ParseSwitchList(Words words, char* list, std::uint32_t* mask) {
       return piece;
     }
     switch (match->action) {
-      case WordAction::SetBits:
+      case WordAction::kSetBits:
         result |= match->bits;
         break;
-      case WordAction::ClearBits:
+      case WordAction::kClearBits:
         result &= ~match->bits;
         break;
-      case WordAction::ClearAll:
+      case WordAction::kClearAll:
         result = 0;
         break;
-      case WordAction::ShowOnly:
+      case WordAction::kShowOnly:
         break;  // never matched above
     }
     if (comma == nullptr) {

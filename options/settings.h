@@ -132,7 +132,7 @@ void ForEachValueWord(const Setting& s, Emit&& emit) {
       break;
     case SettingForm::kFlagSet:
       for (const value_sets::FlagWord& word : s.flagWords) {
-        if (word.action != value_sets::WordAction::ShowOnly) emit(word.word);
+        if (word.action != value_sets::WordAction::kShowOnly) emit(word.word);
       }
       break;
     default:

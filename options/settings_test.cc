@@ -66,10 +66,10 @@ TEST(SettingsTable, MatchesTheOptionTable) {
 TEST(SettingsTable, FlagWordsPair) {
   using value_sets::WordAction;
   for (const auto& word : value_sets::kMetadataQueryWords) {
-    if (word.action != WordAction::SetBits || !std::has_single_bit(word.bits)) continue;
+    if (word.action != WordAction::kSetBits || !std::has_single_bit(word.bits)) continue;
     int enables = 0;
     for (const auto& other : value_sets::kMetadataQueryWords) {
-      enables += other.action == WordAction::ClearBits && other.bits == word.bits;
+      enables += other.action == WordAction::kClearBits && other.bits == word.bits;
     }
     EXPECT_EQ(enables, 1) << word.word;
   }

@@ -64,28 +64,28 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
   }
   const auto seconds = static_cast<std::uint32_t>(parsed);
 
-  LogSettingReason reason = LogSettingReason::None;
+  LogSettingReason reason = LogSettingReason::kNone;
   NTSTATUS status = CheckLogSetting(context, kind, seconds, &reason);
   if (!NT_SUCCESS(status)) {
-    const bool settingDuration = kind == LogSettingKind::Duration;
+    const bool settingDuration = kind == LogSettingKind::kDuration;
     switch (reason) {
-      case LogSettingReason::BelowMinimum:
+      case LogSettingReason::kBelowMinimum:
         PrintDiagnostic("\"%u\": Invalid log %s value, minimum supported value is %lu seconds\n", seconds,
                         setting.word, static_cast<unsigned long>(kLogSettingMinimumSeconds));
         break;
-      case LogSettingReason::DurationShorterThanInterval:
+      case LogSettingReason::kDurationShorterThanInterval:
         PrintDiagnostic("\"%u\": Invalid log %s value, log duration should be greater then log interval\n", seconds,
                         setting.word);
         break;
-      case LogSettingReason::IntervalOverflow:
+      case LogSettingReason::kIntervalOverflow:
         PrintDiagnostic("\"%u\": Invalid %slog interval value, int overflow detected\n", seconds,
                         settingDuration ? "stored " : "");
         break;
-      case LogSettingReason::DurationOverflow:
+      case LogSettingReason::kDurationOverflow:
         PrintDiagnostic("\"%u\": Invalid log duration value, int overflow detected\n", seconds);
         break;
-      case LogSettingReason::ReadFailure:
-      case LogSettingReason::None:
+      case LogSettingReason::kReadFailure:
+      case LogSettingReason::kNone:
         PrintDiagnostic("Unexpected error occurred. Status:0x%X\n", static_cast<unsigned>(status));
         break;
     }
@@ -149,17 +149,17 @@ NTSTATUS HandleLogSetting(OptionContext* context, const char* value, LogSettingK
 
 NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std::uint32_t value,
                          LogSettingReason* reason) {
-  *reason = LogSettingReason::None;
+  *reason = LogSettingReason::kNone;
   std::uint32_t interval = value;
   std::uint32_t duration = value;
   bool intervalStored = true;
-  if (kind == LogSettingKind::Interval) {
+  if (kind == LogSettingKind::kInterval) {
     const NTSTATUS status = ReadU32Value(context, ValueNameOf(OptionId::kLogDuration), &duration);
     if (status == STATUS_NOT_FOUND) {
       duration = kLogDurationDefaultSeconds;
     } else if (!NT_SUCCESS(status)) {
       TraceError(TRACE_COMPONENT_TELEMETRY, "Failed to read log duration from simple store: %!STATUS!", status);
-      *reason = LogSettingReason::ReadFailure;
+      *reason = LogSettingReason::kReadFailure;
       return status;
     }
   } else {
@@ -169,32 +169,32 @@ NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std:
       intervalStored = false;
     } else if (!NT_SUCCESS(status)) {
       TraceError(TRACE_COMPONENT_TELEMETRY, "Failed to read log interval from simple store: %!STATUS!", status);
-      *reason = LogSettingReason::ReadFailure;
+      *reason = LogSettingReason::kReadFailure;
       return status;
     }
   }
 
   if (intervalStored && !FitsInMilliseconds(interval)) {
-    *reason = LogSettingReason::IntervalOverflow;
-  } else if (kind == LogSettingKind::Duration && !FitsInMilliseconds(duration)) {
+    *reason = LogSettingReason::kIntervalOverflow;
+  } else if (kind == LogSettingKind::kDuration && !FitsInMilliseconds(duration)) {
     // Only a duration being set is bounded: a stored one, however large, never
     // refuses an interval that the checks below accept.
-    *reason = LogSettingReason::DurationOverflow;
+    *reason = LogSettingReason::kDurationOverflow;
   } else if (intervalStored && interval < kLogSettingMinimumSeconds) {
-    *reason = LogSettingReason::BelowMinimum;
+    *reason = LogSettingReason::kBelowMinimum;
   } else if (duration < kLogSettingMinimumSeconds) {
-    *reason = LogSettingReason::BelowMinimum;
+    *reason = LogSettingReason::kBelowMinimum;
   } else if (duration < interval) {
     TraceError(TRACE_COMPONENT_TELEMETRY, "logduration < default loginterval %!STATUS!", STATUS_SUCCESS);
-    *reason = LogSettingReason::DurationShorterThanInterval;
+    *reason = LogSettingReason::kDurationShorterThanInterval;
   }
-  return *reason == LogSettingReason::None ? STATUS_SUCCESS : STATUS_INVALID_PARAMETER;
+  return *reason == LogSettingReason::kNone ? STATUS_SUCCESS : STATUS_INVALID_PARAMETER;
 }
 
 NTSTATUS HandleLogInterval(OptionContext* context, const char* value) {
-  return HandleLogSetting(context, value, LogSettingKind::Interval);
+  return HandleLogSetting(context, value, LogSettingKind::kInterval);
 }
 
 NTSTATUS HandleLogDuration(OptionContext* context, const char* value) {
-  return HandleLogSetting(context, value, LogSettingKind::Duration);
+  return HandleLogSetting(context, value, LogSettingKind::kDuration);
 }

@@ -12,18 +12,18 @@
 // Which of the two settings is being proposed; the other one is read from the
 // configuration store.
 enum class LogSettingKind : std::uint32_t {
-  Interval = 0,  // LogInterval, default 60 seconds
-  Duration = 1,  // LogDuration, default 3600 seconds
+  kInterval = 0,  // LogInterval, default 60 seconds
+  kDuration = 1,  // LogDuration, default 3600 seconds
 };
 
 // Why CheckLogSetting refused a value.
 enum class LogSettingReason : std::uint32_t {
-  None = 0,
-  BelowMinimum,                 // interval or duration under 5 seconds
-  DurationShorterThanInterval,  // duration < interval (equal passes)
-  IntervalOverflow,             // interval x 1000 does not fit 32 bits
-  DurationOverflow,             // duration x 1000 does not fit 32 bits
-  ReadFailure,                  // the other stored value could not be read
+  kNone = 0,
+  kBelowMinimum,                 // interval or duration under 5 seconds
+  kDurationShorterThanInterval,  // duration < interval (equal passes)
+  kIntervalOverflow,             // interval x 1000 does not fit 32 bits
+  kDurationOverflow,             // duration x 1000 does not fit 32 bits
+  kReadFailure,                  // the other stored value could not be read
 };
 
 // Checks `value` proposed for `kind` against the other stored value (its default

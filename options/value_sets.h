@@ -27,7 +27,7 @@ inline constexpr std::array<std::string_view, 2> kSwitchWords{"true", "false"};
 
 // Words of a comma-separated flag list and what each does to the mask. A
 // ShowOnly word names a bit that a get prints but a set does not take.
-enum class WordAction : std::uint8_t { SetBits, ClearBits, ClearAll, ShowOnly };
+enum class WordAction : std::uint8_t { kSetBits, kClearBits, kClearAll, kShowOnly };
 
 struct FlagWord {
   std::string_view word;
@@ -37,22 +37,22 @@ struct FlagWord {
 
 // A get prints the words of the set bits in this order.
 inline constexpr std::array<FlagWord, 5> kFeatureWords{{
-    {"enableLog", WordAction::SetBits, 0x1},
-    {"disableLogBuffer", WordAction::SetBits, 0x2},
-    {"disableOsfm", WordAction::ShowOnly, 0x10000},
-    {"emulateUpdate", WordAction::ShowOnly, 0x20000},
-    {"none", WordAction::ClearAll, 0},
+    {"enableLog", WordAction::kSetBits, 0x1},
+    {"disableLogBuffer", WordAction::kSetBits, 0x2},
+    {"disableOsfm", WordAction::kShowOnly, 0x10000},
+    {"emulateUpdate", WordAction::kShowOnly, 0x20000},
+    {"none", WordAction::kClearAll, 0},
 }};
 
 // A get prints, for each provider bit in this order, its disable word when the
 // bit is set and its enable word when not; all four set print "disable", none
 // "enable".
 inline constexpr std::array<FlagWord, 10> kMetadataQueryWords{{
-    {"disableAWS", WordAction::SetBits, 0x1},   {"enableAWS", WordAction::ClearBits, 0x1},
-    {"disableAzure", WordAction::SetBits, 0x2}, {"enableAzure", WordAction::ClearBits, 0x2},
-    {"disableGCP", WordAction::SetBits, 0x4},   {"enableGCP", WordAction::ClearBits, 0x4},
-    {"disableOCI", WordAction::SetBits, 0x8},   {"enableOCI", WordAction::ClearBits, 0x8},
-    {"disable", WordAction::SetBits, 0xF},      {"enable", WordAction::ClearBits, 0xF},
+    {"disableAWS", WordAction::kSetBits, 0x1},   {"enableAWS", WordAction::kClearBits, 0x1},
+    {"disableAzure", WordAction::kSetBits, 0x2}, {"enableAzure", WordAction::kClearBits, 0x2},
+    {"disableGCP", WordAction::kSetBits, 0x4},   {"enableGCP", WordAction::kClearBits, 0x4},
+    {"disableOCI", WordAction::kSetBits, 0x8},   {"enableOCI", WordAction::kClearBits, 0x8},
+    {"disable", WordAction::kSetBits, 0xF},      {"enable", WordAction::kClearBits, 0xF},
 }};
 
 }  // namespace value_sets

@@ -162,7 +162,7 @@ void DestroySubtree(RegistryNode* node) {
     *handle = found;
     return STATUS_SUCCESS;
   }
-  NodePtr node = NewNode(root, RegistryNodeKind::Store, nullptr);
+  NodePtr node = NewNode(root, RegistryNodeKind::kStore, nullptr);
   if (!node) {
     *handle = nullptr;
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -200,7 +200,7 @@ void DestroySubtree(RegistryNode* node) {
     *handle = found;  // keeps the Volatile it was created with
     return STATUS_SUCCESS;
   }
-  NodePtr node = NewNode(store->Registry, RegistryNodeKind::Collection, store);
+  NodePtr node = NewNode(store->Registry, RegistryNodeKind::kCollection, store);
   if (!node) {
     *handle = nullptr;
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -237,7 +237,7 @@ void DestroySubtree(RegistryNode* node) {
     return STATUS_SUCCESS;
   }
   *handle = nullptr;
-  NodePtr node = NewNode(collection->Registry, RegistryNodeKind::Record, collection);
+  NodePtr node = NewNode(collection->Registry, RegistryNodeKind::kRecord, collection);
   if (!node) {
     return STATUS_INSUFFICIENT_RESOURCES;
   }
@@ -270,7 +270,7 @@ void DestroySubtree(RegistryNode* node) {
   RecursiveLockGuard lock(record->Lock);
   RegistryNode* attribute = FindSibling(record->FirstChild, attributeName);
   if (attribute == nullptr) {
-    NodePtr node = NewNode(record->Registry, RegistryNodeKind::Attribute, record);
+    NodePtr node = NewNode(record->Registry, RegistryNodeKind::kAttribute, record);
     if (!node) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }

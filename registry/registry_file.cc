@@ -39,27 +39,27 @@ namespace {
 
 namespace fmt = registry_format;
 
-constinit std::atomic<RegistryRoot*> g_root{nullptr};
-constinit RundownGuard g_guard{};
+constinit std::atomic<RegistryRoot*> gRoot{nullptr};
+constinit RundownGuard gGuard{};
 // Owned copies, NUL-terminated: the registry file's path and its ".tmp" twin.
 // Both empty while no open has been attempted or after a close.
-constinit UNICODE_STRING g_registryPath{0, 0, nullptr};
-constinit UNICODE_STRING g_tempPath{0, 0, nullptr};
+constinit UNICODE_STRING gRegistryPath{0, 0, nullptr};
+constinit UNICODE_STRING gTempPath{0, 0, nullptr};
 // The registry's directory, open and locked while the registry is open.
-constinit FileHandle g_directoryLock = kInvalidFile;
+constinit FileHandle gDirectoryLock = kInvalidFile;
 // The loaded file's mode and owner, which the flushed file gets.
 struct FileAttributes {
   mode_t mode = 0660;
   uid_t owner = 0;
   gid_t group = 0;
 };
-constinit FileAttributes g_fileAttributes{};
+constinit FileAttributes gFileAttributes{};
 // The temporary file the running flush attempt created; zero when none.
 struct FileIdentity {
   dev_t device = 0;
   ino_t inode = 0;
 };
-constinit FileIdentity g_tempFile{};
+constinit FileIdentity gTempFile{};
 
 constexpr char16_t kDefaultRegistryPath[] = u"" VANTOR_VENDOR_DIR "/Registry.bin";
 constexpr UNICODE_STRING kTempSuffixString = TvConstantString(fmt::kTempSuffix);
@@ -74,9 +74,9 @@ constexpr auto kRule = [] {
 constexpr int kFlushAttempts = 3;
 
 void FreePaths() {
-  RtlFreeUnicodeString(&g_registryPath);
-  TvFreePoolWithTag(g_tempPath.Buffer, TAG_REGISTRY);
-  g_tempPath = UNICODE_STRING{0, 0, nullptr};
+  RtlFreeUnicodeString(&gRegistryPath);
+  TvFreePoolWithTag(gTempPath.Buffer, TAG_REGISTRY);
+  gTempPath = UNICODE_STRING{0, 0, nullptr};
 }
 
 // Remembers `path` and builds "<path>.tmp". On failure both are left empty.
@@ -98,12 +98,12 @@ void FreePaths() {
   }
   status = RtlDuplicateUnicodeString(
       RTL_DUPLICATE_UNICODE_STRING_NULL_TERMINATE | RTL_DUPLICATE_UNICODE_STRING_ALLOCATE_NULL_STRING, path,
-      &g_registryPath);
+      &gRegistryPath);
   if (!NT_SUCCESS(status)) {
     return status;
   }
   (void)temp.release();
-  g_tempPath = tempPath;
+  gTempPath = tempPath;
   return STATUS_SUCCESS;
 }
 
@@ -407,8 +407,8 @@ void DumpAttributeNode(const RegistryNode* node, RegistryPrinter printer) {
 
 // --- shared with the tree ------------------------------------------------
 
-RegistryRoot* LoadedRegistry() { return g_root.load(); }
-RundownGuard* RegistryRundownGuard() { return &g_guard; }
+RegistryRoot* LoadedRegistry() { return gRoot.load(); }
+RundownGuard* RegistryRundownGuard() { return &gGuard; }
 
 // Reads all `length` bytes of the registry file into a new buffer. A file too
 // large for one buffer, a failed allocation, a failed read or a file that ends
@@ -444,7 +444,7 @@ RundownGuard* RegistryRundownGuard() { return &g_guard; }
 // the file). The directory is opened without following a final link.
 [[nodiscard]] NTSTATUS LockRegistryDirectory() {
   Utf8String path;
-  NTSTATUS status = path.Convert(&g_registryPath);
+  NTSTATUS status = path.Convert(&gRegistryPath);
   if (!NT_SUCCESS(status)) {
     return status;
   }
@@ -470,35 +470,35 @@ RundownGuard* RegistryRundownGuard() { return &g_guard; }
     TraceError(TRACE_COMPONENT_REGISTRY, "Could not lock the registry's directory %s: %!STATUS!", directory, status);
     return status;
   }
-  g_directoryLock = lock.release();
+  gDirectoryLock = lock.release();
   return STATUS_SUCCESS;
 }
 
 // Closing the directory lets go of its lock.
 void UnlockRegistryDirectory() {
-  if (g_directoryLock != kInvalidFile) {
-    (void)CloseFile(std::exchange(g_directoryLock, kInvalidFile));
+  if (gDirectoryLock != kInvalidFile) {
+    (void)CloseFile(std::exchange(gDirectoryLock, kInvalidFile));
   }
 }
 
 // Whether `path` still names the temporary file this flush attempt created.
 bool IsOwnTempFile(const char* path) {
   struct stat st {};
-  return g_tempFile.inode != 0 && lstat(path, &st) == 0 && S_ISREG(st.st_mode) &&
-         st.st_dev == g_tempFile.device && st.st_ino == g_tempFile.inode;
+  return gTempFile.inode != 0 && lstat(path, &st) == 0 && S_ISREG(st.st_mode) &&
+         st.st_dev == gTempFile.device && st.st_ino == gTempFile.inode;
 }
 
 // Removes the temporary file if it is the one this attempt created (a failed
 // flush's own leftover); anything else there is left alone.
 void RemoveOwnTempFile() {
   Utf8String path;
-  if (!NT_SUCCESS(path.Convert(&g_tempPath))) {
+  if (!NT_SUCCESS(path.Convert(&gTempPath))) {
     return;
   }
   if (IsOwnTempFile(path.c_str()) && unlink(path.c_str()) != 0) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Could not remove %s: %!ERRNO!", path.c_str(), errno);
   }
-  g_tempFile = FileIdentity{};
+  gTempFile = FileIdentity{};
 }
 
 // Gives the new file the loaded file's mode and owner, and remembers which file
@@ -509,13 +509,13 @@ void RemoveOwnTempFile() {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to stat %s: %!ERRNO!", path, errno);
     return STATUS_UNSUCCESSFUL;
   }
-  g_tempFile = FileIdentity{st.st_dev, st.st_ino};
-  if ((st.st_uid != g_fileAttributes.owner || st.st_gid != g_fileAttributes.group) &&
-      fchown(file, g_fileAttributes.owner, g_fileAttributes.group) != 0) {
+  gTempFile = FileIdentity{st.st_dev, st.st_ino};
+  if ((st.st_uid != gFileAttributes.owner || st.st_gid != gFileAttributes.group) &&
+      fchown(file, gFileAttributes.owner, gFileAttributes.group) != 0) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to set the owner of %s: %!ERRNO!", path, errno);
     return STATUS_UNSUCCESSFUL;
   }
-  if ((st.st_mode & 07777) != g_fileAttributes.mode && fchmod(file, g_fileAttributes.mode) != 0) {
+  if ((st.st_mode & 07777) != gFileAttributes.mode && fchmod(file, gFileAttributes.mode) != 0) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to set the mode of %s: %!ERRNO!", path, errno);
     return STATUS_UNSUCCESSFUL;
   }
@@ -528,7 +528,7 @@ void RemoveOwnTempFile() {
 // one is created exclusively, so nothing planted there is ever written to.
 [[nodiscard]] NTSTATUS WriteTempFile(RegistryRoot* root) {
   Utf8String path;
-  NTSTATUS status = path.Convert(&g_tempPath);
+  NTSTATUS status = path.Convert(&gTempPath);
   if (!NT_SUCCESS(status)) {
     return status;
   }
@@ -568,15 +568,15 @@ void RemoveOwnTempFile() {
 // An open registry is refused before its paths or guard are touched, so the
 // open tree keeps flushing to its own file.
 NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
-  if (g_root.load() != nullptr) {
+  if (gRoot.load() != nullptr) {
     return STATUS_FAIL_CHECK;
   }
   NTSTATUS status = SetPaths(path);
   if (!NT_SUCCESS(status)) {
     return status;
   }
-  InitializeRundownGuard(&g_guard);
-  RundownReference reference(&g_guard);
+  InitializeRundownGuard(&gGuard);
+  RundownReference reference(&gGuard);
   status = LockRegistryDirectory();
   if (!NT_SUCCESS(status)) {
     FreePaths();  // back to the closed state
@@ -596,7 +596,7 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   UniqueFile file;
   std::uint64_t length = 0;
   PoolBuffer image;
-  status = OpenRegularFileUnicode(&g_registryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
+  status = OpenRegularFileUnicode(&gRegistryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
   if (NT_SUCCESS(status)) {
     status = GetFileLength(file.get(), &length);
   }
@@ -617,8 +617,8 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
     FreePaths();  // back to the closed state
     return status;
   }
-  g_fileAttributes = FileAttributes{static_cast<mode_t>(st.st_mode & 07777), st.st_uid, st.st_gid};
-  g_root.store(static_cast<RegistryRoot*>(rootMemory.release()));  // open from here on
+  gFileAttributes = FileAttributes{static_cast<mode_t>(st.st_mode & 07777), st.st_uid, st.st_gid};
+  gRoot.store(static_cast<RegistryRoot*>(rootMemory.release()));  // open from here on
   if (length != 0) {
     // The parse status is not passed on: a damaged file loads up to the damage.
     Parser parser(std::span<const std::uint8_t>(image.as<const std::uint8_t>(), static_cast<std::size_t>(length)));
@@ -628,7 +628,7 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
 }
 
 NTSTATUS EnsureRegistryOpen() {
-  if (g_root.load() != nullptr) {
+  if (gRoot.load() != nullptr) {
     return STATUS_SUCCESS;
   }
   const UNICODE_STRING path = TvConstantString(kDefaultRegistryPath);
@@ -636,11 +636,11 @@ NTSTATUS EnsureRegistryOpen() {
 }
 
 NTSTATUS FlushRegistry() {
-  RegistryRoot* root = g_root.load();
+  RegistryRoot* root = gRoot.load();
   if (root == nullptr) {
     return STATUS_INVALID_HANDLE;
   }
-  RundownReference reference(&g_guard);
+  RundownReference reference(&gGuard);
   if (!reference) {
     return STATUS_TOO_LATE;
   }
@@ -653,9 +653,9 @@ NTSTATUS FlushRegistry() {
   for (int attempt = 0; attempt < kFlushAttempts; ++attempt) {
     status = WriteTempFile(root);
     if (NT_SUCCESS(status)) {
-      status = RenameFile(&g_tempPath, &g_registryPath, true);
+      status = RenameFile(&gTempPath, &gRegistryPath, true);
       if (NT_SUCCESS(status)) {
-        g_tempFile = FileIdentity{};
+        gTempFile = FileIdentity{};
         root->Dirty = 0;
         return STATUS_SUCCESS;
       }
@@ -671,18 +671,18 @@ NTSTATUS FlushRegistry() {
 }
 
 void CloseRegistry() {
-  RegistryRoot* root = g_root.load();
+  RegistryRoot* root = gRoot.load();
   if (root == nullptr) {
     return;
   }
   (void)FlushRegistry();
-  WaitForRundown(&g_guard);
+  WaitForRundown(&gGuard);
   {
     RecursiveLockGuard lock(&root->Lock);
     DestroyRegistryTree(root);
   }
   DestroyRecursiveLockBlock(&root->Lock);
-  g_root.store(nullptr);
+  gRoot.store(nullptr);
   root->~RegistryRoot();
   TvFreePoolWithTag(root, TAG_REGISTRY);
   FreePaths();
@@ -690,12 +690,12 @@ void CloseRegistry() {
 }
 
 void DumpRegistry(RegistryPrinter printer) {
-  RegistryRoot* root = g_root.load();
+  RegistryRoot* root = gRoot.load();
   if (root == nullptr) {
     printer("Registry is null\n");
     return;
   }
-  RundownReference reference(&g_guard);
+  RundownReference reference(&gGuard);
   if (!reference) {
     return;
   }
@@ -711,7 +711,7 @@ void DumpRegistry(RegistryPrinter printer) {
 }
 
 bool IsRegistryDirty() {
-  RegistryRoot* root = g_root.load();
+  RegistryRoot* root = gRoot.load();
   if (root == nullptr) {
     return false;
   }

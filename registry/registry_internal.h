@@ -18,7 +18,7 @@ using RegistrySerializeOp = NTSTATUS (*)(const RegistryNode* node, FileHandle fi
 // Prints the node's dump line.
 using RegistryDumpOp = void (*)(const RegistryNode* node, RegistryPrinter printer);
 
-enum class RegistryNodeKind : std::uint8_t { Store, Collection, Record, Attribute };
+enum class RegistryNodeKind : std::uint8_t { kStore, kCollection, kRecord, kAttribute };
 
 // The one record type of all four kinds.
 struct RegistryNode {

@@ -21,17 +21,17 @@ namespace {
 // writer operations run at daemon start-up and shutdown only. The held
 // descriptor lives as long as the daemon, so it is a plain number here; every
 // other descriptor is a UniqueFile of the scope that opened it.
-int g_heldFile = -1;
-bool g_pidFileExisted = false;
-const char* g_pidFilePath = kPidFilePath;
+int gHeldFile = -1;
+bool gPidFileExisted = false;
+const char* gPidFilePath = kPidFilePath;
 
 constexpr mode_t kPidFileMode = 0600;
 
 }  // namespace
 
-void SetPidFilePathForTesting(const char* path) { g_pidFilePath = path != nullptr ? path : kPidFilePath; }
+void SetPidFilePathForTesting(const char* path) { gPidFilePath = path != nullptr ? path : kPidFilePath; }
 
-bool PidFileExisted() { return g_pidFileExisted; }
+bool PidFileExisted() { return gPidFileExisted; }
 
 namespace {
 
@@ -68,7 +68,7 @@ long SystemPidMax() {
 std::int32_t ReadPidFileKeepOpen(UniqueFile* file) {
   file->reset();
   // Never through a planted link, and never stuck on a FIFO.
-  OpenedFile opened = OpenRegular(kCurrentDirectory, g_pidFilePath, O_RDONLY | O_CLOEXEC, 0);
+  OpenedFile opened = OpenRegular(kCurrentDirectory, gPidFilePath, O_RDONLY | O_CLOEXEC, 0);
   if (opened.type != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "PID file is not a regular file");
     return -EINVAL;
@@ -139,7 +139,7 @@ int PidFileOwnerLockError(int file) {
 }
 
 NTSTATUS CreatePidFile() {
-  OpenedFile opened = OpenAt(kCurrentDirectory, g_pidFilePath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPidFileMode);
+  OpenedFile opened = OpenAt(kCurrentDirectory, gPidFilePath, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPidFileMode);
   if (!opened.file) {
     if (opened.error == EEXIST) {
       TraceError(TRACE_COMPONENT_PIDFILE, "PID file already exists, not writing: %!ERRNO!", opened.error);
@@ -163,7 +163,7 @@ NTSTATUS CreatePidFile() {
   const NTSTATUS status = FormatPidLine(text, sizeof(text), &length, static_cast<int>(getpid()));
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_PIDFILE, "Error converting PID: %!STATUS!", status);
-    (void)unlink(g_pidFilePath);  // our own new file, still empty
+    (void)unlink(gPidFilePath);  // our own new file, still empty
     return status;
   }
 
@@ -178,19 +178,19 @@ NTSTATUS CreatePidFile() {
       }
       TraceError(TRACE_COMPONENT_PIDFILE, "Error writing PID file: %!ERRNO!", err);
       // The lock stays held: this daemon still owns the (incomplete) file.
-      g_heldFile = opened.file.release();
+      gHeldFile = opened.file.release();
       return STATUS_UNSUCCESSFUL;
     }
     interrupted = 0;
     done += static_cast<std::size_t>(n);
   }
-  g_heldFile = opened.file.release();
+  gHeldFile = opened.file.release();
   return status;
 }
 
 void RemovePidFile() {
-  UniqueFile(std::exchange(g_heldFile, -1)).reset();  // dropping the lock
-  if (unlink(g_pidFilePath) != 0) {
+  UniqueFile(std::exchange(gHeldFile, -1)).reset();  // dropping the lock
+  if (unlink(gPidFilePath) != 0) {
     const int err = errno;
     if (err == ENOENT) {
       TraceError(TRACE_COMPONENT_PIDFILE, "PID file doesn't exist, not removing");
@@ -201,13 +201,13 @@ void RemovePidFile() {
 }
 
 NTSTATUS AcquirePidFile() {
-  OpenedFile opened = OpenRegular(kCurrentDirectory, g_pidFilePath, O_RDONLY | O_CLOEXEC, 0);
+  OpenedFile opened = OpenRegular(kCurrentDirectory, gPidFilePath, O_RDONLY | O_CLOEXEC, 0);
   UniqueFile& existing = opened.file;
   if (opened.error == ENOENT) {
-    g_pidFileExisted = false;
+    gPidFileExisted = false;
     return CreatePidFile();
   }
-  g_pidFileExisted = true;
+  gPidFileExisted = true;
   // A link or anything but a regular file there is nobody's PID file to take over.
   if (!existing || flock(existing.get(), LOCK_EX | LOCK_NB) != 0) {
     return STATUS_UNSUCCESSFUL;  // a live daemon holds the lock: its file stays as it is

@@ -44,9 +44,9 @@ constinit TraceState gTrace;
 // Holds one side of the log lock for a scope.
 class LogLockGuard {
  public:
-  enum class Side { Shared, Exclusive };
+  enum class Side { kShared, kExclusive };
   explicit LogLockGuard(Side side) {
-    if (side == Side::Shared) {
+    if (side == Side::kShared) {
       (void)pthread_rwlock_rdlock(&gTrace.lock);
     } else {
       (void)pthread_rwlock_wrlock(&gTrace.lock);
@@ -65,7 +65,7 @@ bool PassesGate(std::uint32_t level, std::uint32_t component) {
 }
 
 void WriteLine(const char* line, std::size_t length) {
-  LogLockGuard guard(LogLockGuard::Side::Shared);
+  LogLockGuard guard(LogLockGuard::Side::kShared);
   if (gTrace.fd == -1) return;
   // One write per line; the result is deliberately ignored and a short write is
   // not retried: the trace never fails visibly.
@@ -124,7 +124,7 @@ void UseUtcUnlessTheZoneFileIsRegular() {
 void InstallLog(int fd, int error, const char* path, const char* identity) {
   int previous = -1;
   {
-    LogLockGuard guard(LogLockGuard::Side::Exclusive);
+    LogLockGuard guard(LogLockGuard::Side::kExclusive);
     previous = gTrace.fd;
     gTrace.fd = fd;
   }
@@ -172,7 +172,7 @@ void TraceOpenToolLogOnStandardOutput() {
 void TraceCloseLogFile() {
   int fd = -1;
   {
-    LogLockGuard guard(LogLockGuard::Side::Exclusive);
+    LogLockGuard guard(LogLockGuard::Side::kExclusive);
     fd = gTrace.fd;
     gTrace.fd = -1;
   }

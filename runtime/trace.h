@@ -40,7 +40,7 @@ inline constexpr char kToolLogPath[] = "/var/log/vantorctl.log";
 
 // One packed argument.
 struct TraceArg {
-  enum class Kind : std::uint8_t { Integer, Double };
+  enum class Kind : std::uint8_t { kInteger, kDouble };
   Kind kind;
   union {
     std::uint64_t integer;
@@ -53,17 +53,17 @@ constexpr TraceArg PackTraceArg(const T& value) {
   using U = std::remove_cvref_t<T>;
   TraceArg arg{};
   if constexpr (std::is_floating_point_v<U>) {
-    arg.kind = TraceArg::Kind::Double;
+    arg.kind = TraceArg::Kind::kDouble;
     arg.real = static_cast<double>(value);
   } else if constexpr (std::is_pointer_v<U> || std::is_array_v<U> || std::is_null_pointer_v<U>) {
-    arg.kind = TraceArg::Kind::Integer;
+    arg.kind = TraceArg::Kind::kInteger;
     arg.integer = reinterpret_cast<std::uintptr_t>(static_cast<const void*>(value));
   } else if constexpr (std::is_enum_v<U>) {
-    arg.kind = TraceArg::Kind::Integer;
+    arg.kind = TraceArg::Kind::kInteger;
     arg.integer = static_cast<std::uint64_t>(static_cast<std::underlying_type_t<U>>(value));
   } else {
     static_assert(std::is_integral_v<U>, "TraceWrite takes integers, pointers and floating-point values");
-    arg.kind = TraceArg::Kind::Integer;
+    arg.kind = TraceArg::Kind::kInteger;
     // Signed values are sign-extended so that %d, %ld and %lld all see them.
     arg.integer = static_cast<std::uint64_t>(static_cast<std::conditional_t<std::is_signed_v<U>, std::int64_t,
                                                                             std::uint64_t>>(value));

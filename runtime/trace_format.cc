@@ -50,7 +50,7 @@ class ArgReader {
   // does not fit), never reinterpreted.
   std::uint64_t NextInteger() {
     const TraceArg arg = Next();
-    if (arg.kind == TraceArg::Kind::Integer) return arg.integer;
+    if (arg.kind == TraceArg::Kind::kInteger) return arg.integer;
     if (arg.real > -9.2e18 && arg.real < 9.2e18) {
       return static_cast<std::uint64_t>(static_cast<std::int64_t>(arg.real));
     }
@@ -59,14 +59,14 @@ class ArgReader {
 
   double NextDouble() {
     const TraceArg arg = Next();
-    if (arg.kind == TraceArg::Kind::Double) return arg.real;
+    if (arg.kind == TraceArg::Kind::kDouble) return arg.real;
     return static_cast<double>(static_cast<std::int64_t>(arg.integer));
   }
 
   // A double is never a pointer: it reads as null.
   const void* NextPointer() {
     const TraceArg arg = Next();
-    if (arg.kind != TraceArg::Kind::Integer) return nullptr;
+    if (arg.kind != TraceArg::Kind::kInteger) return nullptr;
     return reinterpret_cast<const void*>(static_cast<std::uintptr_t>(arg.integer));
   }
 
@@ -275,7 +275,7 @@ const SpecifierEntry* MatchSpecifier(const char* at) {
 // - 'c' with an 'l' prints the low 8 bits like the "%lc" entry;
 // - 'L' is dropped: floating arguments arrive packed as double.
 
-enum class Length : std::uint8_t { Char, Short, Int, Long, Wide };
+enum class Length : std::uint8_t { kChar, kShort, kInt, kLong, kWide };
 
 struct Conversion {
   char flags[6] = {};
@@ -284,7 +284,7 @@ struct Conversion {
   int width = 0;
   bool hasPrecision = false;
   int precision = 0;
-  Length length = Length::Int;
+  Length length = Length::kInt;
   bool lModifier = false;  // a single 'l' (matters for c and s)
   char letter = '\0';
 };
@@ -339,24 +339,24 @@ const char* ParseConversion(const char* p, const char* end, Conversion& c, ArgRe
     switch (*p) {
       case 'h':
         ++p;
-        c.length = Length::Short;
+        c.length = Length::kShort;
         if (p < end && *p == 'h') {
-          c.length = Length::Char;
+          c.length = Length::kChar;
           ++p;
         }
         break;
       case 'l':
         ++p;
-        c.length = Length::Long;
+        c.length = Length::kLong;
         c.lModifier = true;
         if (p < end && *p == 'l') {
-          c.length = Length::Wide;
+          c.length = Length::kWide;
           c.lModifier = false;
           ++p;
         }
         break;
       case 'q': case 'j': case 'z': case 'Z': case 't':
-        c.length = Length::Wide;
+        c.length = Length::kWide;
         ++p;
         break;
       case 'L':
@@ -399,22 +399,22 @@ int EmitValue(char* dst, std::size_t room, const Conversion& c, const char* modi
 
 std::int64_t TruncateSigned(std::uint64_t value, Length length) {
   switch (length) {
-    case Length::Char: return static_cast<signed char>(static_cast<std::uint8_t>(value));
-    case Length::Short: return static_cast<std::int16_t>(static_cast<std::uint16_t>(value));
-    case Length::Int: return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
-    case Length::Long:
-    case Length::Wide: break;
+    case Length::kChar: return static_cast<signed char>(static_cast<std::uint8_t>(value));
+    case Length::kShort: return static_cast<std::int16_t>(static_cast<std::uint16_t>(value));
+    case Length::kInt: return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+    case Length::kLong:
+    case Length::kWide: break;
   }
   return static_cast<std::int64_t>(value);
 }
 
 std::uint64_t TruncateUnsigned(std::uint64_t value, Length length) {
   switch (length) {
-    case Length::Char: return static_cast<std::uint8_t>(value);
-    case Length::Short: return static_cast<std::uint16_t>(value);
-    case Length::Int: return static_cast<std::uint32_t>(value);
-    case Length::Long:
-    case Length::Wide: break;
+    case Length::kChar: return static_cast<std::uint8_t>(value);
+    case Length::kShort: return static_cast<std::uint16_t>(value);
+    case Length::kInt: return static_cast<std::uint32_t>(value);
+    case Length::kLong:
+    case Length::kWide: break;
   }
   return value;
 }

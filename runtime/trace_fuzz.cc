@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint64_t kind = byte();
     std::uint64_t word = 0;
     for (int i = 0; i < 8 && (kind % 4 == 1 || numeric); ++i) word = (word << 8) | byte();
-    arg.kind = kind % 4 == 1 ? TraceArg::Kind::Double : TraceArg::Kind::Integer;
+    arg.kind = kind % 4 == 1 ? TraceArg::Kind::kDouble : TraceArg::Kind::kInteger;
     arg.integer = numeric || kind % 4 < 2 ? word : reinterpret_cast<std::uintptr_t>(&probes[(kind >> 2) % kProbes]);
     if (kind % 4 == 1) std::memcpy(&arg.real, &word, sizeof word);
   }

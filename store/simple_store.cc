@@ -48,7 +48,7 @@ struct StoreState {
   bool readOnly = false;           // the file could only be opened for reading
   pthread_rwlock_t lock{};
 };
-constinit StoreState g_store;
+constinit StoreState gStore;
 
 // A view of one record slot inside an image. Name comparisons assume a
 // validated image (name length at most kNameCapacity).
@@ -87,10 +87,10 @@ class Slot {
 class StoreLockGuard {
  public:
   StoreLockGuard() {
-    (void)pthread_rwlock_wrlock(&g_store.lock);
+    (void)pthread_rwlock_wrlock(&gStore.lock);
   }
   ~StoreLockGuard() {
-    (void)pthread_rwlock_unlock(&g_store.lock);
+    (void)pthread_rwlock_unlock(&gStore.lock);
   }
   StoreLockGuard(const StoreLockGuard&) = delete;
   StoreLockGuard& operator=(const StoreLockGuard&) = delete;
@@ -248,16 +248,16 @@ void ResetImage(std::uint8_t* image) {
 // Re-reads and validates the image of the open store, and keeps a copy as the
 // image before any change. Caller holds the locks.
 [[nodiscard]] NTSTATUS LoadImage() {
-  const NTSTATUS status = ReadSimpleStore(g_store.file, g_store.image);
+  const NTSTATUS status = ReadSimpleStore(gStore.file, gStore.image);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "ReadSimpleStore failed:%!STATUS!", status);
     return status;
   }
-  if (!ValidateSimpleStore(g_store.image)) {
+  if (!ValidateSimpleStore(gStore.image)) {
     TraceError(kComponent, "ValidateSimpleStore failed");
     return STATUS_DATA_ERROR;
   }
-  std::memcpy(g_store.before, g_store.image, L::kImageSize);
+  std::memcpy(gStore.before, gStore.image, L::kImageSize);
   return STATUS_SUCCESS;
 }
 
@@ -265,16 +265,16 @@ void ResetImage(std::uint8_t* image) {
 // next change. A store opened read-only refuses every change. Caller holds the
 // locks.
 [[nodiscard]] NTSTATUS WriteBackImage() {
-  if (g_store.readOnly) {
+  if (gStore.readOnly) {
     TraceError(kComponent, "The store is opened read-only; the change is not written");
     return STATUS_ACCESS_DENIED;
   }
-  const NTSTATUS status = WriteSimpleStore(g_store.file, g_store.image, g_store.before, L::kImageSize);
+  const NTSTATUS status = WriteSimpleStore(gStore.file, gStore.image, gStore.before, L::kImageSize);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed write to store:%x", static_cast<std::uint32_t>(status));
     return status;
   }
-  std::memcpy(g_store.before, g_store.image, L::kImageSize);
+  std::memcpy(gStore.before, gStore.image, L::kImageSize);
   return status;
 }
 
@@ -295,11 +295,11 @@ template <typename Work>
   // Open and close never race with operations (see the header), so the closed
   // check needs no lock; taking the lock of a closed store would use a
   // destroyed lock.
-  if (g_store.file == kInvalidFile) {
+  if (gStore.file == kInvalidFile) {
     return STATUS_INVALID_HANDLE;
   }
   const StoreLockGuard storeLock;
-  const FileLockGuard fileLock(g_store.file, flockOperation);
+  const FileLockGuard fileLock(gStore.file, flockOperation);
   if (!NT_SUCCESS(fileLock.status())) {
     return fileLock.status();
   }
@@ -308,7 +308,7 @@ template <typename Work>
 
 // Opens, locks, validates and if need be repairs the store file into an
 // already allocated image. On success the descriptor and image belong to
-// g_store; on failure everything is released.
+// gStore; on failure everything is released.
 [[nodiscard]] NTSTATUS OpenWithImage(PoolBuffer image, const char* path) {
   UniqueFile file;
   NTSTATUS status = OpenRegularFile(path, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
@@ -388,12 +388,12 @@ template <typename Work>
     }
   }
 
-  std::memset(static_cast<void*>(&g_store.lock), 0, sizeof(g_store.lock));
-  (void)pthread_rwlock_init(&g_store.lock, nullptr);
-  g_store.image = static_cast<std::uint8_t*>(image.release());
-  g_store.before = g_store.image + L::kImageSize;
-  g_store.readOnly = readOnly;
-  g_store.file = file.release();  // fileLock still unlocks this descriptor on return
+  std::memset(static_cast<void*>(&gStore.lock), 0, sizeof(gStore.lock));
+  (void)pthread_rwlock_init(&gStore.lock, nullptr);
+  gStore.image = static_cast<std::uint8_t*>(image.release());
+  gStore.before = gStore.image + L::kImageSize;
+  gStore.readOnly = readOnly;
+  gStore.file = file.release();  // fileLock still unlocks this descriptor on return
   return STATUS_SUCCESS;
 }
 
@@ -431,15 +431,15 @@ NTSTATUS OpenSimpleStoreAt(const char* path) {
 }
 
 void CloseSimpleStore() {
-  if (g_store.file == kInvalidFile) {
+  if (gStore.file == kInvalidFile) {
     return;
   }
-  (void)CloseFile(g_store.file);
-  g_store.file = kInvalidFile;
-  g_store.before = nullptr;
-  g_store.readOnly = false;
-  TvFreePoolWithTag(std::exchange(g_store.image, nullptr), TAG_SIMPLE_STORE);
-  (void)pthread_rwlock_destroy(&g_store.lock);
+  (void)CloseFile(gStore.file);
+  gStore.file = kInvalidFile;
+  gStore.before = nullptr;
+  gStore.readOnly = false;
+  TvFreePoolWithTag(std::exchange(gStore.image, nullptr), TAG_SIMPLE_STORE);
+  (void)pthread_rwlock_destroy(&gStore.lock);
 }
 
 NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint32_t* size) {
@@ -455,11 +455,11 @@ NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint
     if (!NT_SUCCESS(status)) {
       return status;
     }
-    const int index = FindSlot(g_store.image, *name, L::kFirstSlot);
+    const int index = FindSlot(gStore.image, *name, L::kFirstSlot);
     if (index == 0) {
       return STATUS_NOT_FOUND;
     }
-    const Slot slot(g_store.image, index);
+    const Slot slot(gStore.image, index);
     const std::uint32_t length = slot.DataLength();
     const std::uint32_t copied = std::min(length, *size);
     if (copied != 0) {
@@ -490,7 +490,7 @@ NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::
     int firstEmpty = 0;
     int match = 0;
     for (int i = L::kFirstSlot; i <= L::kLastSlot && match == 0; ++i) {
-      const Slot slot(g_store.image, i);
+      const Slot slot(gStore.image, i);
       if (firstEmpty == 0 && slot.NameLength() == 0) {
         firstEmpty = i;
       } else if (slot.Matches(*name)) {
@@ -499,13 +499,13 @@ NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::
     }
     const auto dataLength = static_cast<std::uint16_t>(length);
     if (match != 0) {
-      Slot(g_store.image, match).SetData(data, dataLength);
+      Slot(gStore.image, match).SetData(data, dataLength);
     } else if (firstEmpty == 0) {
       TraceError(kComponent, "No empty records in store:%x",
                  static_cast<std::uint32_t>(STATUS_INSUFFICIENT_RESOURCES));
       return STATUS_INSUFFICIENT_RESOURCES;
     } else {
-      Slot slot(g_store.image, firstEmpty);
+      Slot slot(gStore.image, firstEmpty);
       slot.SetName(*name);
       slot.SetData(data, dataLength);
     }
@@ -523,8 +523,8 @@ NTSTATUS DeleteSimpleStoreValue(const UNICODE_STRING* name) {
       return status;
     }
     bool removed = false;
-    for (int i = FindSlot(g_store.image, *name, L::kFirstSlot); i != 0; i = FindSlot(g_store.image, *name, i + 1)) {
-      Slot(g_store.image, i).Clear();
+    for (int i = FindSlot(gStore.image, *name, L::kFirstSlot); i != 0; i = FindSlot(gStore.image, *name, i + 1)) {
+      Slot(gStore.image, i).Clear();
       status = WriteBackImage();
       if (!NT_SUCCESS(status)) {
         return status;

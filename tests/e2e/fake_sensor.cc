@@ -28,11 +28,11 @@
 
 namespace {
 
-volatile sig_atomic_t g_hangups = 0;
-volatile sig_atomic_t g_terminate = 0;
+volatile sig_atomic_t gHangups = 0;
+volatile sig_atomic_t gTerminate = 0;
 
-void OnHangup(int) { g_hangups = g_hangups + 1; }
-void OnTerminate(int) { g_terminate = 1; }
+void OnHangup(int) { gHangups = gHangups + 1; }
+void OnTerminate(int) { gTerminate = 1; }
 
 // Writes "<count>\n" to path through path.tmp and a rename. Returns false (after
 // a message on stderr) when any step fails.
@@ -103,10 +103,10 @@ int main(int argc, char** argv) {
     return 1;
   }
 
-  while (g_terminate == 0) {
+  while (gTerminate == 0) {
     sigsuspend(&waitMask);  // returns after a handler ran, with the signals blocked again
-    if (g_hangups != reported) {
-      reported = g_hangups;
+    if (gHangups != reported) {
+      reported = gHangups;
       if (!WriteCount(countFile, reported)) {
         RemovePidFile();
         return 1;
@@ -115,5 +115,5 @@ int main(int argc, char** argv) {
   }
 
   RemovePidFile();
-  return WriteCount(countFile, g_hangups) ? 0 : 1;
+  return WriteCount(countFile, gHangups) ? 0 : 1;
 }
