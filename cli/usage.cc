@@ -13,19 +13,18 @@ constexpr char kUsageHeader[] =
 // The width of "where GET_OPTIONS := { ": continuation rows line up under the first.
 constexpr int kContinuationIndent = 23;
 
-constexpr std::uint32_t kHelpTextModes = kModeGet | kModeDelete | kModeHelp;
+constexpr std::uint8_t kHelpTextModes = kModeGet | kModeDelete | kModeHelp;
 
 }  // namespace
 
-const char* UsageBlockText(const OptionEntry& row, std::uint32_t mask) {
-  const std::uint32_t modes = mask & 0xFFu;
-  if ((row.allowedModes & modes) == 0) {
+const char* UsageBlockText(const OptionEntry& row, std::uint8_t mask) {
+  if ((row.allowedModes & mask) == 0) {
     return nullptr;
   }
-  return (modes & kHelpTextModes) != 0 ? row.helpText : row.valueSyntax;
+  return (mask & kHelpTextModes) != 0 ? row.helpText : row.valueSyntax;
 }
 
-void PrintUsageBlock(const char* heading, std::uint32_t mask, FILE* stream) {
+void PrintUsageBlock(const char* heading, std::uint8_t mask, FILE* stream) {
   std::fprintf(stream, "where %s := { ", heading);
   bool first = true;
   for (const OptionEntry& row : OptionTable()) {
