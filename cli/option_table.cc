@@ -1,5 +1,7 @@
 #include "cli/option_table.h"
 
+#include <string_view>
+
 #include "options/handlers.h"
 #include "options/settings.h"
 
@@ -74,6 +76,27 @@ constexpr bool RowsInOrder() {
   return i == kOptionCount;
 }
 static_assert(RowsInOrder(), "the option table's rows must follow options/option_id.h");
+
+// What the driver, the usage text and completion rely on in every row: a name
+// of its own, a value that is optional or none, no getopt flag, known mode
+// bits, and a handler for every row but the markers (update, help), each of
+// which has a mode to run in.
+constexpr bool RowsAreConsistent() {
+  for (std::size_t i = 0; i < kOptionCount; ++i) {
+    const OptionEntry& row = kOptionTable[i];
+    for (std::size_t j = 0; j < i; ++j) {
+      if (std::string_view(row.longOption.name) == kOptionTable[j].longOption.name) return false;
+    }
+    const bool marker = row.id == OptionId::kUpdate || row.id == OptionId::kHelp;
+    if ((row.longOption.has_arg != no_argument && row.longOption.has_arg != optional_argument) ||
+        row.longOption.flag != nullptr || (row.allowedModes & ~(kModeSet | kModeGet | kModeDelete | kModeHelp)) != 0 ||
+        (row.handler == nullptr) != marker || (row.allowedModes == 0)) {
+      return false;
+    }
+  }
+  return kOptionTable[IndexOf(OptionId::kHelp)].allowedModes == kModeHelp;
+}
+static_assert(RowsAreConsistent(), "an option row the driver cannot use");
 
 }  // namespace
 

@@ -1,4 +1,6 @@
-// The option table's own consistency and the usage text generated from it.
+// The completion generated from the option table, run by bash. (The table's own
+// consistency is checked when it is compiled; the usage text and the manual
+// page are pinned as data: tests/cases/cli.t, tests/cases/vantorctl.8.)
 #include "cli/option_table.h"
 
 #include <gtest/gtest.h>
@@ -6,66 +8,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <set>
 #include <string>
 
 #include "cli/completion.h"
-#include "cli/manpage.h"
-#include "cli/usage.h"
 
 namespace {
-
-// Runs `print` against a memory stream and returns what it wrote.
-template <typename Print>
-std::string Capture(Print print) {
-  char* buffer = nullptr;
-  std::size_t size = 0;
-  FILE* stream = open_memstream(&buffer, &size);
-  EXPECT_NE(stream, nullptr);
-  print(stream);
-  std::fclose(stream);
-  std::string text(buffer, size);
-  std::free(buffer);
-  return text;
-}
-
-// What the driver and the usage text rely on, for every row (the rows' order
-// and getopt values are checked when the table is compiled): names are unique
-// and only the marker rows (update, help) go without a handler.
-TEST(OptionTable, RowsAreConsistent) {
-  std::set<std::string> names;
-  std::set<std::string> withoutHandler;
-  for (const OptionEntry& row : OptionTable()) {
-    const std::string name = row.longOption.name;
-    SCOPED_TRACE(name);
-    EXPECT_TRUE(names.insert(name).second) << "name used twice";
-    EXPECT_TRUE(row.longOption.has_arg == no_argument || row.longOption.has_arg == optional_argument);
-    EXPECT_EQ(row.longOption.flag, nullptr);
-    EXPECT_EQ(row.allowedModes & ~(kModeSet | kModeGet | kModeDelete | kModeHelp), 0);
-    if (row.handler == nullptr) {
-      withoutHandler.insert(name);
-    } else {
-      EXPECT_NE(row.allowedModes & (kModeSet | kModeGet | kModeDelete), 0);
-    }
-  }
-  EXPECT_EQ(withoutHandler, (std::set<std::string>{"update", "help"}));
-  EXPECT_EQ(OptionRow(OptionId::kHelp).allowedModes, kModeHelp);
-}
-
-// The manual page lists every option the usage text shows, and no other.
-TEST(ManPage, ListsEveryVisibleOption) {
-  const std::string page = Capture([](FILE* s) { PrintManPage(s, "0"); });
-  for (const OptionEntry& row : OptionTable()) {
-    const bool visible = UsageBlockText(row, kModeGet | kModeDelete | kModeHelp) != nullptr ||
-                         UsageBlockText(row, kModeSet) != nullptr;
-    std::string entry = std::string(".B \\-\\-") + row.longOption.name + "\n";
-    for (std::size_t at = entry.find('-', 7); at != std::string::npos; at = entry.find('-', at + 2)) {
-      entry.insert(at, "\\");  // a dash inside the name is escaped too
-    }
-    EXPECT_EQ(page.find(entry) != std::string::npos, visible) << row.longOption.name;
-  }
-  EXPECT_NE(page.find("Accepted values: \\fBnone\\fR, \\fBdebug\\fR"), std::string::npos);
-}
 
 // The generated completion, sourced by bash and asked what follows the words.
 TEST(Completion, OffersWhatTheModesUsageLists) {

@@ -91,26 +91,6 @@ TEST_F(RegistryTree, DeletesRelinkSiblingsAndTheHead) {
   EXPECT_EQ(c3->Previous, nullptr);
 }
 
-TEST_F(RegistryTree, ConcurrentWritersLoseNothing) {
-  RegistryNode* store = Store(kGuidA);
-  RegistryNode* collection = Collection(store, kGuidB);
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < 40; ++i) {
-        EXPECT_EQ(Store(kGuidA), store);
-        const std::string name = "t" + std::to_string(t) + "-" + std::to_string(i);
-        RegistryNode* record = Record(collection, name);
-        EXPECT_EQ(Set(record, "v", name), STATUS_SUCCESS);
-        EXPECT_EQ(Get(record, "v"), name);
-        if (i % 10 == 0) { EXPECT_EQ(p_->FlushStore(store), STATUS_SUCCESS); }
-      }
-    });
-  }
-  for (auto& th : threads) th.join();
-  EXPECT_EQ(Children(collection).size(), 160u);
-}
-
 struct TagSink {
   std::vector<std::uint64_t> tags;
   std::size_t failAt;  // index of the delivery that fails

@@ -27,24 +27,6 @@ class PidFileTest : public ::testing::Test {
   std::string path_ = dir_ / "sensor.pid";
 };
 
-TEST_F(PidFileTest, ReadParsesTheFirstFourteenBytes) {
-  for (const auto& [content, result, expectedLog] :  // content null: no file; expectedLog "" for none
-       {std::tuple{static_cast<const char*>(nullptr), -2, "Error opening PID file: ERRNO=2 ("},
-        {"0\n", -34, "Invalid PID: 0"}, {"-5\n", -34, "Invalid PID: -5"}, {"pid\n", -34, "Invalid PID: 0"},
-        {"  +77\n", 77, ""}, {"00000000000001234", 1, ""}}) {  // only "00000000000001" is read
-    unlink(path_.c_str());
-    if (content != nullptr) {
-      const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-      ASSERT_EQ(write(fd, content, std::strlen(content)), static_cast<ssize_t>(std::strlen(content)));
-      close(fd);
-    }
-    const auto mark = vt_test::LogMark();
-    EXPECT_EQ(ReadPidFile(), result) << (content ? content : "(none)");
-    const std::string log = vt_test::LogSince(mark);
-    EXPECT_TRUE(*expectedLog == '\0' ? log.empty() : log.find(expectedLog) != std::string::npos) << log;
-  }
-}
-
 // Helper process (this binary re-executed with kHelperEnv set, before the test
 // framework starts): acquires the PID file named there, reports "<status>\n" on
 // descriptor 3, holds the lock until its stdin closes, then exits without

@@ -70,43 +70,6 @@ TEST(PoolTest, HeaderAlignmentFailuresAndCheckedAdds) {
   EXPECT_EQ(log.find("a16"), std::string::npos) << "success must not log";
 }
 
-// Init caps at the largest counted length; copy and append are cut or refused
-// at MaximumLength, terminated only with room, nothing written past it.
-TEST(InitCopyAndAppendTest, Boundaries) {
-  const std::string big(70000, 'x');
-  ANSI_STRING ansi{1, 1, nullptr};
-  RtlInitAnsiString(&ansi, big.c_str());
-  EXPECT_EQ(ansi.Length, 65534);
-  EXPECT_EQ(ansi.MaximumLength, 65535);
-  EXPECT_EQ(ansi.Buffer, big.c_str());
-  const struct { bool append; std::size_t destBytes; std::u16string_view initial, source;
-                 NTSTATUS status; std::u16string_view expect; bool terminated; } cases[] = {
-      {false, 6, u"", u"abc", STATUS_SUCCESS, u"abc", false},           // capacity equals source: no terminator
-      {false, 8, u"", u"abc", STATUS_SUCCESS, u"abc", true},            // one unit more: terminator
-      {false, 4, u"z", u"abc", STATUS_SUCCESS, u"ab", false},           // cut silently
-      {true, 10, u"ab", u"cde", STATUS_SUCCESS, u"abcde", false},       // ends exactly at MaximumLength
-      {true, 12, u"ab", u"cde", STATUS_SUCCESS, u"abcde", true},        // room for a terminator
-      {true, 9, u"ab", u"cde", STATUS_BUFFER_TOO_SMALL, u"ab", false},  // one byte short
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << (c.append ? "append " : "copy ") << c.destBytes);
-    Backed dest(c.destBytes, c.initial);
-    const UNICODE_STRING source = Over(c.source);
-    const NTSTATUS status = c.append ? RtlAppendUnicodeStringToString(&dest.s, &source)
-                                     : (RtlCopyUnicodeString(&dest.s, &source), STATUS_SUCCESS);
-    EXPECT_EQ(status, c.status);
-    EXPECT_EQ(View(dest.s), c.expect);
-    EXPECT_EQ(dest.storage[c.expect.size()], c.terminated ? u'\0' : u'#');
-    for (std::size_t i = (c.destBytes + 1) / 2; i < dest.storage.size(); ++i) EXPECT_EQ(dest.storage[i], u'#') << i;
-  }
-  // A source of 65534 bytes or more is refused even when the destination could hold it.
-  Backed dest(65534);
-  EXPECT_EQ(RtlAppendUnicodeToString(&dest.s, std::u16string(32767, u'y').c_str()), STATUS_BUFFER_TOO_SMALL);
-  EXPECT_EQ(dest.s.Length, 0);
-  EXPECT_EQ(RtlAppendUnicodeToString(&dest.s, std::u16string(32766, u'x').c_str()), STATUS_SUCCESS);
-  EXPECT_EQ(dest.s.Length, 65532);
-}
-
 TEST(DuplicateTest, FlagsAndSources) {
   WCHAR sentinel = u'!';
   UNICODE_STRING emptySource{0, 0, nullptr};

@@ -95,14 +95,6 @@ TEST(TraceFormat, SpecifiersAndCutting) {
   EXPECT_EQ(Format("x%Sy", Args(null), 8), "xy");
 }
 
-std::string TimeText() {
-  char text[64];
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  return std::string(text, std::strftime(text, sizeof text, "%c", &local));
-}
-
 class TraceLogTest : public ::testing::Test {
  protected:
   void SetUp() override { TraceOpenLogFile(path_.c_str(), nullptr); }
@@ -118,26 +110,6 @@ class TraceLogTest : public ::testing::Test {
   vt_test::TempDir dir_;
   const std::string path_ = dir_ / "trace.log";
 };
-
-TEST_F(TraceLogTest, WritesOneLaidOutLineToAPrivateFile) {
-  struct stat st {};
-  ASSERT_EQ(stat(path_.c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 07777, 0600u);
-  const std::string before = TimeText();
-  TraceWrite(TRACE_LEVEL_ERROR, TRACE_COMPONENT_PATH, 0, 0, 9, "value %d", 12);
-  const std::string tail = " value 12\t(" + std::to_string(syscall(SYS_gettid)) + ") [9]\n";
-  const std::string text = ReadWholeFile(path_);
-  EXPECT_TRUE(text == before + tail || text == TimeText() + tail) << text;
-  // A 3000-character message: a 2047-byte line ending in the tab, no newline.
-  TraceError(TRACE_COMPONENT_CORE, std::string(3000, 'm').c_str());
-  const std::string cut = ReadWholeFile(path_).substr(text.size());
-  ASSERT_EQ(cut.size(), kTraceLineSize - 1);
-  EXPECT_EQ(cut.substr(cut.size() - 2), "m\t");
-  TraceOpenLogFile((dir_ / "missing/dir/log").c_str(), nullptr);  // a failed open leaves no log
-  TraceError(TRACE_COMPONENT_CORE, "lost %d", 1);
-  TraceCloseLogFile();
-  EXPECT_EQ(ReadWholeFile(path_).size(), text.size() + cut.size());
-}
 
 TEST_F(TraceLogTest, LevelGateAndComponentFilter) {
   constexpr std::uint32_t kAll = 0xFFFFFFFFu;
@@ -188,23 +160,6 @@ TEST_F(TraceLogTest, WritingALineNeverAllocates) {
   const std::string text = ReadWholeFile(record);
   EXPECT_NE(text.find("= Start"), std::string::npos) << "the tracer did not run";
   EXPECT_EQ(text.find(" + "), std::string::npos) << text;
-}
-
-TEST_F(TraceLogTest, ConcurrentWritersNeverInterleaveWithinALine) {
-  std::vector<std::thread> threads;
-  for (const char c : {'~', '^', '&', '|'}) {
-    threads.emplace_back([c] {
-      for (int i = 0; i < 200; ++i) TraceError(TRACE_COMPONENT_CORE, "%s", std::string(300, c).c_str());
-    });
-  }
-  for (std::thread& th : threads) th.join();
-  ASSERT_EQ(LineCount(), 800u);
-  const std::string text = ReadWholeFile(path_);
-  for (std::size_t start = 0, nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1) {
-    const std::size_t at = text.find_first_of("~^&|", start);  // each line holds one call's filler whole
-    ASSERT_LT(at, nl) << text.substr(start, nl - start);
-    EXPECT_EQ(text.find(std::string(300, text[at]) + "\t(", start), at) << text.substr(start, nl - start);
-  }
 }
 
 }  // namespace

@@ -18,33 +18,6 @@ UNICODE_STRING Over(const WCHAR* text, std::size_t units) {
                         const_cast<WCHAR*>(text)};
 }
 
-// Each range's encoded form, and invalid surrogates stopping the walk with
-// the count of what came before them. The encoder writes no terminator.
-TEST(EncodeTest, RangesAndInvalidSurrogates) {
-  const struct { std::vector<WCHAR> units; std::size_t bytes; NTSTATUS status; std::string expect; } cases[] = {
-      {{0x007F, 0x0080, 0x07FF}, 6, STATUS_SUCCESS, "\x7F\xC2\x80\xDF\xBF"},
-      {{0x0800, 0xFFFF}, 4, STATUS_SUCCESS, "\xE0\xA0\x80\xEF\xBF\xBF"},
-      {{0xD800, 0xDC00, 0xDBFF, 0xDFFF}, 8, STATUS_SUCCESS, "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},  // U+10000, U+10FFFF
-      {{u'a', u'b', 0xD83D}, 6, STATUS_UNSUCCESSFUL, "ab"},           // high surrogate at the end
-      {{u'a', 0xD83D, 0xDE00}, 4, STATUS_UNSUCCESSFUL, "a"},          // ... low half beyond the length
-      {{u'a', 0xD83D, u'b'}, 6, STATUS_UNSUCCESSFUL, "a"},            // high, then a non-surrogate
-      {{0x00E9, 0xDE00, u'a'}, 6, STATUS_UNSUCCESSFUL, "\xC3\xA9"},   // low surrogate alone
-      {{u'a', 0x00E9}, 3, STATUS_SUCCESS, "a"},                       // a stray odd byte is ignored
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "case " << &c - cases);
-    char out[16];
-    std::memset(out, '#', sizeof(out));
-    std::size_t produced = 99;
-    EXPECT_EQ(TvEncodeUtf8(c.units.data(), c.bytes, out, sizeof(out), &produced), c.status);
-    EXPECT_EQ(std::string(out, produced + 1), c.expect + '#');
-    std::uint32_t counted = 99;
-    if (c.bytes % 2 != 0) continue;  // the N form refuses odd lengths
-    EXPECT_EQ(RtlUnicodeToUTF8N(nullptr, 0, &counted, c.units.data(), static_cast<std::uint32_t>(c.bytes)), c.status);
-    EXPECT_EQ(counted, c.expect.size());
-  }
-}
-
 // Exact room: no terminator; one more: terminated; too little: stops before
 // the first character that does not fit, never terminated.
 TEST(UnicodeToUtf8NTest, RoomAndArguments) {
@@ -104,13 +77,6 @@ TEST(ConversionTest, AnsiIsAsciiOnlyAndUtf8CopiesAreTerminated) {
   EXPECT_STREQ(s.c_str(), "/opt");
   EXPECT_EQ(s.Convert(&bad), STATUS_UNSUCCESSFUL);
   EXPECT_EQ(s.c_str(), nullptr);
-}
-
-TEST(GuidTest, LowerCaseZeroPaddedText) {
-  const GUID guid{0x0123ABCD, 0x00EF, 0x0A0B, {0xC2, 0x03, 0x04, 0xE5, 0xF6, 0x07, 0x18, 0x29}};
-  char out[kGuidTextLength + 1];
-  TvFormatGuid(guid, out);
-  EXPECT_EQ(std::string(out, sizeof(out)), std::string("{0123abcd-00ef-0a0b-c203-04e5f6071829}") + '\0');
 }
 
 }  // namespace

@@ -50,27 +50,6 @@ class SimpleStoreTest : public ::testing::Test {
   std::string path_ = dir_ / "vantorstore";
 };
 
-TEST_F(SimpleStoreTest, OpenCreatesOrRepairsAndKeepsAValidFile) {
-  ASSERT_EQ(OpenSimpleStoreAt(path_.c_str()), STATUS_SUCCESS);  // a missing file is created empty
-  EXPECT_EQ(ReadBytes(), StoreImage().bytes());
-  StoreImage valid = StoreImage().Put(3, "TRACE", "info").Put(28, "LogCounters", vt_test::U32Bytes(7));
-  valid.bytes()[8190] = 't';                                  // the tail is never read
-  valid.bytes()[StoreImage::SlotOffset(3) + 26 + 10] = 'z';  // nor stale data past the length
-  const std::string good = valid.bytes();
-  // good with one u16 changed
-  const auto with = [&good](std::size_t at, std::uint16_t v) { StoreImage b(good); b.PutU16(at, v); return b.bytes(); };
-  for (const auto& [what, bytes] :
-       {std::pair{"8191 bytes", good.substr(0, 8191)}, {"8193 bytes", good + "x"}, {"version 1", with(0, 1)},
-        {"name length 24", with(StoreImage::SlotOffset(5), 24)}, {"odd name", with(StoreImage::SlotOffset(28), 3)},
-        {"data length 257", with(StoreImage::SlotOffset(3) + 24, 257)}}) {
-    Seed(bytes);
-    EXPECT_EQ(ReadBytes(), StoreImage().bytes()) << what;
-  }
-  Seed(good);
-  EXPECT_EQ(Get("LogCounters"), vt_test::U32Bytes(7));
-  EXPECT_EQ(ReadBytes(), good);
-}
-
 TEST_F(SimpleStoreTest, SlotsFullOrDuplicated) {
   StoreImage image;
   for (int i = 1; i <= 28; ++i) image.Put(i, "n" + std::to_string(i), "v");
@@ -113,40 +92,6 @@ TEST_F(SimpleStoreTest, ShortFileWhileOpenIsNeitherUsedNorRepaired) {
   EXPECT_EQ(Get("TRACE"), "status c0000011");
   EXPECT_EQ(Set("TRACE", "warn"), STATUS_END_OF_FILE);
   EXPECT_EQ(ReadBytes(), StoreImage().Add("TRACE", "info").bytes().substr(0, 100));
-}
-
-TEST_F(SimpleStoreTest, WriteBackRestoresTheSignalMask) {
-  Seed(StoreImage().bytes());
-  sigset_t mine, before, after;
-  sigemptyset(&mine);
-  sigaddset(&mine, SIGHUP);  // a termination signal the caller blocked stays blocked
-  ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &mine, &before), 0);
-  EXPECT_EQ(Set("a", "1"), STATUS_SUCCESS);
-  ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &before, &after), 0);
-  for (int sig = 1; sig < 32; ++sig) EXPECT_EQ(sigismember(&after, sig), sigismember(&mine, sig)) << sig;
-}
-
-TEST_F(SimpleStoreTest, ThreadsShareOneStore) {
-  Seed(StoreImage().bytes());
-  constexpr std::uint32_t kRounds = 60;
-  std::vector<std::uint32_t> failedRound(8);  // per thread, 0 when every round held
-  std::vector<std::thread> threads;
-  for (std::size_t t = 0; t < failedRound.size(); ++t) {
-    threads.emplace_back([this, t, &failedRound] {
-      const std::string name = "t" + std::to_string(t);
-      for (std::uint32_t round = 1; round <= kRounds && failedRound[t] == 0; ++round) {
-        const bool deleted = round % 10 != 0 || (Delete(name) == STATUS_SUCCESS && Get(name) == "status c0000225");
-        const bool set = Set(name, vt_test::U32Bytes(round)) == STATUS_SUCCESS && Get(name) == vt_test::U32Bytes(round);
-        failedRound[t] = deleted && set ? 0 : round;
-      }
-    });
-  }
-  for (std::thread& t : threads) t.join();
-  const StoreImage image(ReadBytes());
-  for (std::size_t t = 0; t < failedRound.size(); ++t) {
-    EXPECT_EQ(failedRound[t], 0u) << "thread " << t;
-    EXPECT_EQ(image.Get("t" + std::to_string(t)), vt_test::U32Bytes(kRounds)) << t;
-  }
 }
 
 TEST(BuildVendorPath, JoinsPartsAndRefusesOverflow) {
