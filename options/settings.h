@@ -62,6 +62,11 @@ struct Setting {
   UNICODE_STRING name;  // stored value name
   SettingForm form;
   bool isProtected = false;  // replacing or deleting a stored value needs -f
+  // What the setting is, one sentence for the documentation of the Ansible
+  // module's parameter (the rest of it follows from the row).
+  const char* summary = nullptr;
+  // kText holding a number (a port): a playbook gives it as a number.
+  bool numeric = false;
 
   // kText: the longest accepted value, and the only texts accepted (any when empty).
   std::uint32_t maxLength = 0;

@@ -10,7 +10,7 @@ __metaclass__ = type
 
 import re
 
-from .vantorctl_words import CHOICES, FLAG_WORDS, OPTIONS, SWITCH_TEXTS
+from .vantorctl_words import ANY_CASE, CHOICES, FLAG_WORDS, NUMBERS, OPTIONS, SWITCH_TEXTS
 
 MASKED = "********"
 
@@ -26,19 +26,16 @@ READABLE = [name for name in SETTINGS if "g" in _ROWS[name][0]]
 SETTABLE = [name for name in SETTINGS if "s" in _ROWS[name][0]]
 DELETABLE = [name for name in SETTINGS if "d" in _ROWS[name][0]]
 
-# How each setting's value is typed in a task and in the facts. The proxy
-# port is kept as text by the tool, yet is a number to a playbook.
+# How each setting's value is typed in a task and in the facts. A text the
+# tool keeps for a number (NUMBERS: the proxy port) is a number to a playbook;
+# the names in ANY_CASE are taken in any letter case and stored as the tool
+# spells them (both from the tool's tables, vantorctl_words.py).
 BOOLEANS = [name for name in SETTINGS if _FORM[name] == "switch"]
 INTEGERS = [name for name in SETTINGS if _FORM[name] == "seconds"]
 FLAG_SETS = [name for name in SETTINGS if _FORM[name] == "flag_set"]
 LISTS = [name for name in SETTINGS if _FORM[name] in ("flag_set", "tag_list")]
 IDENTIFIERS = [name for name in SETTINGS if _FORM[name] == "identifier"]
 TOKEN = "provisioning-token"
-PORT = "app"
-
-# Named values the tool takes in any letter case (ASCII), stored and printed as
-# its own word. The others must be given as the tool spells them.
-ANY_CASE = ("pcpt",)
 
 # What a setting that cannot be deleted goes back to when it was empty: the
 # value the sensor reads the same as an empty slot.
@@ -277,7 +274,7 @@ def typed(option, stored, show_secrets=False):
         return None
     if option in BOOLEANS:
         return stored == SWITCH_TEXTS[option][1]
-    if option == PORT or option in INTEGERS:
+    if option in NUMBERS or option in INTEGERS:
         return int(stored) if re.match(r"^\d+$", str(stored)) else stored
     if option in FLAG_SETS:
         return mask_words(option, stored)
@@ -313,7 +310,7 @@ def desired(option, value):
             if value.isascii() and value.lower() == word:
                 return word, word
         raise RefusedValue("not a valid %s option: %s" % (option, value))
-    if option == PORT:
+    if option in NUMBERS:
         return str(value), str(value)
     if option in INTEGERS:
         return int(value), str(value)

@@ -76,3 +76,7 @@ FLAG_WORDS = {
         ("enable", "clear", 0xF),
     ),
 }
+
+# Settings whose names are taken in any letter case, and texts that are numbers.
+ANY_CASE = ("pcpt", )
+NUMBERS = ("app", )

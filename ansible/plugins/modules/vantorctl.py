@@ -20,74 +20,6 @@ description:
   - The module never reads or writes the store file itself.
 version_added: "1.0.0"
 options:
-  cid:
-    description:
-      - Customer identifier. Its checksum form (34 hexadecimal digits, dashes and capitals allowed) as the tool takes
-        it, or the 32 digits the tool prints. Compared by its 16 bytes. Protected, see I(force).
-    type: str
-  provisioning_token:
-    description:
-      - Provisioning token, hexadecimal digits as the tool takes them (at least 8, an even count). Compared by the
-        number the tool stores from the text. Protected, see I(force). Kept out of every log and result.
-    type: str
-  apd:
-    description: Disable the application proxy.
-    type: bool
-  aph:
-    description: Application proxy host name.
-    type: str
-  app:
-    description: Application proxy port.
-    type: int
-  trace:
-    description: Trace level of the sensor.
-    type: str
-    choices: [none, debug, info, warn, err]
-  pcpt:
-    description:
-      - Preferred connection protocol type, C(auto), C(ipv4) or C(ipv6), in any letter case as the tool takes it.
-    type: str
-  feature:
-    description:
-      - Sensor feature flags, as the tool's words applied in order to an empty set; C([]) or C([none]) clears all.
-        Compared by the resulting bit mask.
-    type: list
-    elements: str
-    choices: [enableLog, disableLogBuffer, none]
-  metadata_query:
-    description:
-      - Cloud provider metadata query flags, as the tool's words applied in order to an empty set; C([]) or
-        C([enable]) enables every provider. Compared by the resulting bit mask.
-    type: list
-    elements: str
-    choices: [disableAWS, enableAWS, disableAzure, enableAzure, disableGCP, enableGCP, disableOCI, enableOCI,
-              disable, enable]
-  billing:
-    description: Billing type.
-    type: str
-    choices: [default, metered]
-  tags:
-    description:
-      - Sensor grouping tags (letters, digits and C(/ - _ @ .)). Compared by their text in the given order. An empty
-        list is refused; list C(tags) under I(absent) to delete them. Protected, see I(force).
-    type: list
-    elements: str
-  backend:
-    description: Sensor backend.
-    type: str
-    choices: [auto, kernel, bpf]
-  fkm:
-    description: Fuzzy kernel match.
-    type: bool
-  logcounters:
-    description: Telemetry logging.
-    type: bool
-  loginterval:
-    description: Interval of file logging, in seconds.
-    type: int
-  logduration:
-    description: Duration of file logging, in seconds; longer than the interval.
-    type: int
   absent:
     description:
       - Settings to delete, named with underscores or dashes (C(provisioning_token) or C(provisioning-token)). C(aid)
@@ -111,6 +43,7 @@ options:
     default: false
 extends_documentation_fragment:
   - marrowlight.vantor.vantorctl
+  - marrowlight.vantor.vantorctl_settings
 attributes:
   check_mode:
     support: full
@@ -182,7 +115,7 @@ from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool 
 )
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    ANY_CASE, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, PORT, TOKEN, ReadError,
+    ANY_CASE, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, NUMBERS, TOKEN, ReadError,
     RefusedValue, desired, option_name, param_name, typed,
 )
 
@@ -192,7 +125,7 @@ def _argument_spec():
     for option in SETTABLE:
         if option in BOOLEANS:
             entry = dict(type="bool")
-        elif option in INTEGERS or option == PORT:
+        elif option in INTEGERS or option in NUMBERS:
             entry = dict(type="int")
         elif option in LISTS:
             entry = dict(type="list", elements="str")

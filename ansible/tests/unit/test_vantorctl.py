@@ -217,9 +217,10 @@ class Documentation(unittest.TestCase):
     def test_options_match_the_argument_spec(self):
         import yaml
         from ansible_collections.marrowlight.vantor.plugins.modules import vantorctl as module
-        from ansible_collections.marrowlight.vantor.plugins.doc_fragments.vantorctl import ModuleDocFragment
+        from ansible_collections.marrowlight.vantor.plugins.doc_fragments import vantorctl, vantorctl_settings
         documented = yaml.safe_load(module.DOCUMENTATION)["options"]
-        documented.update(yaml.safe_load(ModuleDocFragment.DOCUMENTATION)["options"])
+        for fragment in (vantorctl, vantorctl_settings):
+            documented.update(yaml.safe_load(fragment.ModuleDocFragment.DOCUMENTATION)["options"])
         argspec = module._argument_spec()
         self.assertEqual(sorted(documented), sorted(argspec))
         for name, entry in argspec.items():
