@@ -1,6 +1,6 @@
 # The sandbox of the scripts that run the real binary (tests/cases/run, tests/e2e/walk) and the
 # store's byte layout. A script calls enter(sys.argv) first: it comes back as process 1 of private
-# PID and mount namespaces (`unshare -m -p -f --mount-proc`), and fresh_roots() then puts tmpfs
+# PID and mount namespaces (`unshare -m -p -f --mount-proc`, killed with unshare), and fresh_roots() then puts tmpfs
 # over /opt, /var/log and /run (and /var/run when it is not a link to /run), so the real ones are
 # never touched. Process 1 inherits every orphan of the namespace: reap() and stop_all() collect them.
 import contextlib, ctypes, os, re, shutil, signal, subprocess, sys, time
@@ -33,7 +33,7 @@ def enter(argv):
     if why:
         skip(why)
     sys.stdout.flush()
-    os.execvp("unshare", unshare + [sys.executable, os.path.abspath(argv[0]), "--inside"] + argv[1:])
+    os.execvp("unshare", unshare + ["--kill-child", sys.executable, os.path.abspath(argv[0]), "--inside"] + argv[1:])
 
 
 def skip(why):
