@@ -2,10 +2,13 @@
 //
 //   store_writer <id> <rounds>
 //
-// Opens the store at its default path and sets its own names "w<id>a", "w<id>b"
+// Waits for a byte on stdin (all writers start at once), opens the store at its
+// default path and sets its own names "w<id>a", "w<id>b"
 // and "w<id>c" in turn to the little-endian 32-bit values 1..<rounds>, reading
 // each back at once through the store. Exit 0 when every set and get returned
 // what it should; 1 at the first that did not, which stderr names.
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -20,7 +23,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: store_writer <id> <rounds>\n");
     return 2;
   }
-  NTSTATUS status = OpenSimpleStore();
+  char go = 0;
+  NTSTATUS status = read(0, &go, 1) == 1 ? OpenSimpleStore() : STATUS_UNSUCCESSFUL;
   for (unsigned long step = 0; step < 3 * rounds && NT_SUCCESS(status); ++step) {
     std::u16string units = u"w";
     for (const char c : id + "abc"[step % 3]) units += static_cast<char16_t>(c);
