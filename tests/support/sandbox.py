@@ -1,8 +1,9 @@
 # The sandbox of the scripts that run the real binary (tests/cases/run, tests/e2e/walk) and the
 # store's byte layout. A script calls enter(sys.argv) first: it comes back as process 1 of private
-# PID and mount namespaces (`unshare -m -p -f --mount-proc`, killed with unshare), and fresh_roots() then puts tmpfs
-# over /opt, /var/log and /run (and /var/run when it is not a link to /run), so the real ones are
-# never touched. Process 1 inherits every orphan of the namespace: reap() and stop_all() collect them.
+# PID and mount namespaces (`unshare -m -p -f --mount-proc`; it dies with unshare), and
+# fresh_roots() then puts tmpfs over /opt, /var/log and /run (and /var/run when it is not a link to
+# /run), so the real ones are never touched. Process 1 inherits every orphan of the namespace:
+# reap() and stop_all() collect them.
 import contextlib, ctypes, os, re, shutil, signal, subprocess, sys, time
 
 ROOTS = ["/opt", "/var/log", "/run"] + ([] if os.path.islink("/var/run") else ["/var/run"])
