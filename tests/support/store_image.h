@@ -89,10 +89,5 @@ inline std::string U32Bytes(std::uint32_t v) {
   for (int i = 0; i < 4; ++i) s[static_cast<std::size_t>(i)] = static_cast<char>((v >> (8 * i)) & 0xFF);
   return s;
 }
-inline std::string U64Bytes(std::uint64_t v) {
-  std::string s(8, '\0');
-  for (int i = 0; i < 8; ++i) s[static_cast<std::size_t>(i)] = static_cast<char>((v >> (8 * i)) & 0xFF);
-  return s;
-}
 
 }  // namespace vt_test

@@ -1,0 +1,118 @@
+# The sandbox of the scripts that run the real binary (tests/cases/run, tests/e2e/walk) and the
+# store's byte layout. A script calls enter(sys.argv) first: it comes back as process 1 of private
+# PID and mount namespaces (`unshare -m -p -f --mount-proc`; it dies with unshare), and
+# fresh_roots() then puts tmpfs over /opt, /var/log and /run (and /var/run when it is not a link to
+# /run), so the real ones are never touched. Process 1 inherits every orphan of the namespace:
+# reap() and stop_all() collect them.
+import contextlib, ctypes, os, re, shutil, signal, subprocess, sys, time
+
+ROOTS = ["/opt", "/var/log", "/run"] + ([] if os.path.islink("/var/run") else ["/var/run"])
+VENDOR, LOG, PIDFILE = "/opt/Marrowlight", "/var/log/vantorctl.log", "/var/run/vantor-sensor.pid"
+STORE, REGISTRY = VENDOR + "/vantorstore", VENDOR + "/Registry.bin"
+# The store: 8192 bytes, u16 version 2, then 28 slots of 282 bytes at 282 * i (i = 1..28): u16 name
+# length, 22 bytes of UTF-16LE name, u16 data length, 256 data bytes; little-endian throughout.
+SIZE, SLOT, SLOTS = 8192, 282, 28
+EMPTY = b"\2\0" + bytes(SIZE - 2)
+# A line of the trace log; group 1 is the message, group 2 its level.
+TRACE_LINE = re.compile(rb"^(?:Mon|Tue|Wed|Thu|Fri|Sat|Sun) (?:Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) "
+                        rb"[ \d]\d \d\d:\d\d:\d\d \d{4} (.*)\t\(\d+\) \[(\d+)\]$", re.M)
+LIBC = ctypes.CDLL(None, use_errno=True)
+_mounted = set()
+
+
+def enter(argv):
+    """Re-executes the script as process 1 of the sandbox and returns its arguments there. Outside,
+    without root or a working unshare, exits 77 (skipped), or 1 under VANTOR_REQUIRE_SANDBOX=1."""
+    if argv[1:2] == ["--inside"]:
+        return argv[:1] + argv[2:]
+    unshare = ["unshare", "-m", "-p", "-f", "--mount-proc"]
+    why = ("the sandboxed tests need root" if os.geteuid() != 0 else None
+           if shutil.which("unshare") and subprocess.run(unshare + ["true"], capture_output=True).returncode == 0
+           else "unshare -m -p -f --mount-proc does not work here (a plain chroot?)")
+    if why and os.environ.get("VANTOR_REQUIRE_SANDBOX") == "1":
+        sys.exit(why + " (VANTOR_REQUIRE_SANDBOX=1)")
+    if why:
+        skip(why)
+    sys.stdout.flush()
+    os.execvp("unshare", unshare + ["--kill-child", sys.executable, os.path.abspath(argv[0]), "--inside"] + argv[1:])
+
+
+def skip(why):
+    print("SKIP: " + why, flush=True)
+    sys.exit(77)
+
+
+def mount(source, target, fstype=None, flags=0):
+    if LIBC.mount(source.encode(), target.encode(), (fstype or source).encode(), flags, None) != 0:
+        e = ctypes.get_errno()
+        raise OSError(e, "cannot mount %s on %s: %s" % (source, target, os.strerror(e)))
+
+
+def unmount(target):
+    LIBC.umount2(target.encode(), 2)  # MNT_DETACH: the mount and everything mounted on it
+
+
+def fresh_roots():
+    """New, empty tmpfs mounts over the roots, and the vendor directory (0770)."""
+    for root in ROOTS:
+        if root in _mounted:
+            unmount(root)
+        mount("tmpfs", root)
+        _mounted.add(root)
+    os.mkdir(VENDOR)
+    os.chmod(VENDOR, 0o770)
+
+
+def reap():
+    with contextlib.suppress(ChildProcessError):
+        while os.waitpid(-1, os.WNOHANG)[0] > 0:
+            pass
+
+
+def stop_all():
+    """Kills every process of the namespace but process 1, and reaps them all."""
+    while others := [int(p) for p in os.listdir("/proc") if p.isdigit() and p != "1"]:
+        for pid in others:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(pid, signal.SIGKILL)
+        reap()
+        time.sleep(0.001)
+
+
+def slurp(path):
+    with contextlib.suppress(FileNotFoundError), open(path, "rb") as f:
+        return f.read()
+    return None
+
+
+def u16(data, at):
+    return int.from_bytes(data[at:at + 2], "little")
+
+
+def records(image):
+    """The store's records by name (the first slot of a name counts), or None for no valid image."""
+    if image is None or len(image) != SIZE or u16(image, 0) != 2:
+        return None
+    found = {}
+    for o in range(SLOT, SLOT * (SLOTS + 1), SLOT):
+        if u16(image, o):
+            found.setdefault(image[o + 2:o + 2 + u16(image, o)].decode("utf-16-le", "replace"),
+                             image[o + 26:o + 26 + u16(image, o + 24)])
+    return found
+
+
+def put(image, slot, name, data):
+    """The image with a record in `slot` (1..28); the slot's bytes past the data stay as they were."""
+    wide, o, image = name.encode("utf-16-le"), SLOT * slot, bytearray(image)
+    image[o:o + 26 + len(data)] = (len(wide).to_bytes(2, "little") + wide.ljust(22, b"\0") +
+                                   len(data).to_bytes(2, "little") + data)
+    return bytes(image)
+
+
+def add_record(image, name, data):
+    """The image (an empty one unless it is valid) with the record in its first free slot."""
+    image = image if records(image) is not None else EMPTY
+    for slot in range(1, SLOTS + 1):
+        if u16(image, SLOT * slot) == 0 and len(name.encode("utf-16-le")) <= 22 and len(data) <= 256:
+            return put(image, slot, name, data)
+    raise ValueError("no room for the record " + name)
