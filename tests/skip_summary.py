@@ -7,6 +7,7 @@ the skipped tests by the reason each gave: GoogleTest's "Skipped" message, or
 the last line a script test printed before it exited with 77.
 """
 import collections
+import re
 import sys
 import xml.etree.ElementTree as ET
 
@@ -17,7 +18,9 @@ def reason(case):
         if line.endswith(": Skipped"):
             return lines[i + 1]
     said = [line for line in lines if line and not line.startswith("[")]
-    return said[-1] if said else "no reason given"
+    if not said:
+        return "no reason given"
+    return re.sub(r"^(skipped|skip):\s*", "", said[-1], flags=re.I)  # the scripts' own "skipped: " prefix
 
 
 try:

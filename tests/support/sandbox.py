@@ -26,9 +26,11 @@ def enter(argv):
     if argv[1:2] == ["--inside"]:
         return argv[:1] + argv[2:]
     unshare = ["unshare", "-m", "-p", "-f", "--mount-proc"]
-    why = ("the sandboxed tests need root" if os.geteuid() != 0 else None
+    # Without /proc (a plain chroot), a run that joins process 1's namespaces would leave the chroot.
+    why = ("the sandboxed tests need root" if os.geteuid() != 0 else
+           "no /proc (a plain chroot?): the sandbox needs one" if not os.path.exists("/proc/self/exe") else None
            if shutil.which("unshare") and subprocess.run(unshare + ["true"], capture_output=True).returncode == 0
-           else "unshare -m -p -f --mount-proc does not work here (a plain chroot?)")
+           else "unshare -m -p -f --mount-proc does not work here")
     if why and os.environ.get("VANTOR_REQUIRE_SANDBOX") == "1":
         sys.exit(why + " (VANTOR_REQUIRE_SANDBOX=1)")
     if why:
