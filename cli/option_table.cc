@@ -4,6 +4,7 @@
 
 #include "options/handlers.h"
 #include "options/settings.h"
+#include "options/settings_table.h"
 
 namespace {
 
@@ -97,6 +98,54 @@ constexpr bool RowsAreConsistent() {
   return kOptionTable[IndexOf(OptionId::kHelp)].allowedModes == kModeHelp;
 }
 static_assert(RowsAreConsistent(), "an option row the driver cannot use");
+
+constexpr bool SameName(const UNICODE_STRING& a, const UNICODE_STRING& b) {
+  if (a.Length != b.Length) return false;
+  for (std::size_t i = 0; i < a.Length / sizeof(WCHAR); ++i) {
+    if (a.Buffer[i] != b.Buffer[i]) return false;
+  }
+  return true;
+}
+
+// The settings table against this one: every option that keeps a value has a
+// row there and only those do, and each row holds what the code reading it
+// needs: a value name of its own, a handler here that fits its form, the
+// diagnostics of the modes its option takes, a summary for the Ansible
+// documentation of what can be set.
+constexpr bool SettingsFitTheOptionTable() {
+  using settings_table::kSettings;
+  for (const OptionEntry& row : kOptionTable) {
+    const bool query = row.id == OptionId::kVersion || row.id == OptionId::kSystags ||
+                       row.id == OptionId::kRfmState || row.id == OptionId::kRfmReason ||
+                       row.id == OptionId::kRfmHistory;
+    bool stored = false;
+    for (const Setting& s : kSettings) stored = stored || s.id == row.id;
+    if (stored != (row.handler != nullptr && !query)) return false;
+  }
+  for (std::size_t i = 0; i < std::size(kSettings); ++i) {
+    const Setting& s = kSettings[i];
+    for (std::size_t j = 0; j < i; ++j) {
+      if (SameName(s.name, kSettings[j].name)) return false;
+    }
+    const OptionEntry& row = kOptionTable[IndexOf(s.id)];
+    const bool sets = (row.allowedModes & kModeSet) != 0;
+    const bool deletes = (row.allowedModes & kModeDelete) != 0;
+    if ((row.handler == HandleStoredSetting) != IsGenericForm(s.form) || (sets && s.summary == nullptr)) return false;
+    if (s.isProtected && (!s.readFailure || static_cast<bool>(s.protectedSet) != sets ||
+                          static_cast<bool>(s.protectedDelete) != deletes)) {
+      return false;
+    }
+    if (IsGenericForm(s.form) &&
+        (!s.invalidValue || !s.writeFailure || !s.readFailure || static_cast<bool>(s.deleteFailure) != deletes ||
+         static_cast<bool>(s.invalidWord) != !s.words.empty() || (s.form == SettingForm::kNamed) == s.names.empty() ||
+         (s.form == SettingForm::kText && (s.maxLength == 0 || s.maxLength >= 256)) ||  // the get's buffer: 256
+         (s.form == SettingForm::kNamed && !s.badStored && !s.badStoredValue))) {
+      return false;
+    }
+  }
+  return true;
+}
+static_assert(SettingsFitTheOptionTable(), "a settings row that does not fit the option table or its form");
 
 }  // namespace
 

@@ -1,6 +1,6 @@
 // The options, one identifier each, in the order in which the driver runs
 // their handlers. The option table (cli/option_table.cc) and the settings
-// table (options/settings.cc) both name their rows with these, and each
+// table (options/settings_table.h) both name their rows with these, and each
 // checks at compile time that its rows stand in this order, so neither can
 // drift from the other or from the positions.
 #pragma once

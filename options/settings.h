@@ -1,5 +1,6 @@
-// The table of stored settings: one constant row per option that keeps a value
-// in the configuration store, in option-table order, each naming its option by
+// The table of stored settings (its rows: options/settings_table.h): one
+// constant row per option that keeps a value in the configuration store, in
+// option-table order, each naming its option by
 // its OptionId (options/option_id.h); the option table (cli/option_table.cc)
 // holds the option's name, modes and usage texts. A rule a row declares is
 // enforced by the code that reads the row:

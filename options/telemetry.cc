@@ -1,7 +1,7 @@
 // --loginterval and --logduration: the period and length of the sensor's
 // telemetry file logging (LogInterval, LogDuration, u32 little-endian seconds),
 // checked against each other. Its switch, --logcounters, is an ordinary stored
-// setting (options/settings.cc).
+// setting (options/settings_table.h).
 //
 // Choices made here:
 // - A duration being set is bounded like an interval: duration x 1000 must

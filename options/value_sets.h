@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <string_view>
 
@@ -54,5 +55,26 @@ inline constexpr std::array<FlagWord, 10> kMetadataQueryWords{{
     {"disableOCI", WordAction::kSetBits, 0x8},   {"enableOCI", WordAction::kClearBits, 0x8},
     {"disable", WordAction::kSetBits, 0xF},      {"enable", WordAction::kClearBits, 0xF},
 }};
+
+// The get of a flag set prints words from the same tables the set parses: every
+// provider's disable word has its enable word, and no two feature words share
+// a bit.
+constexpr bool FlagWordsPair() {
+  for (const FlagWord& word : kMetadataQueryWords) {
+    if (word.action != WordAction::kSetBits || std::popcount(word.bits) != 1) continue;
+    int enables = 0;
+    for (const FlagWord& other : kMetadataQueryWords) {
+      enables += other.action == WordAction::kClearBits && other.bits == word.bits;
+    }
+    if (enables != 1) return false;
+  }
+  std::uint32_t seen = 0;
+  for (const FlagWord& word : kFeatureWords) {
+    if ((seen & word.bits) != 0) return false;
+    seen |= word.bits;
+  }
+  return true;
+}
+static_assert(FlagWordsPair());
 
 }  // namespace value_sets
