@@ -1,7 +1,7 @@
 // The configuration-store calls the option handlers make, as a table of
-// functions reached through their OptionContext. Runs use the store's own
-// functions; a test hands its handlers a table of its own, to make any read,
-// write or delete fail on demand. Same contracts as store/simple_store.h.
+// functions reached through their OptionContext: the store's own functions,
+// or a table a unit test of a handler hands it (to make a read, write or
+// delete fail on demand). Same contracts as store/simple_store.h.
 #pragma once
 
 #include <cstdint>

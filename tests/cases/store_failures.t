@@ -1,0 +1,179 @@
+# The options meeting a store that fails under them: a read after the open (the store's second
+# pread64) or a write-back (its first pwrite64) fails through strace. Each option reports it in
+# its own words and stops: nothing is printed for it, no signal follows a failed write, and the
+# store keeps what it held. A sanitizer's leak check cannot run under ptrace: it is off here.
+needs strace
+
+== flag sets
+store empty
+daemon
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --feature
+|
+! Could not get feature from config file c0000001
+! ERROR: failed to process the option --feature
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s -v --feature=enableLog --update
+|
+! Could not write feature "enableLog" to config
+! ERROR: failed to process the option --feature
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s --metadata-query=enable
+|
+! Could not write metadata-query "enable" to config
+! ERROR: failed to process the option --metadata-query
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+hangups 0
+
+== a stored flag set wider than 4 bytes
+store IMQF "12345"
+$ vantorctl -g --metadata-query
+|
+! Could not get metadata-query from config file c0000023
+! ERROR: failed to process the option --metadata-query
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+
+== tags
+store empty
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -s -f -v --tags=a
+|
+! Could not read the sensor grouping tags from config file
+! ERROR: failed to process the option --tags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -d -f -v --tags
+|
+! Could not read the sensor grouping tags from config file
+! ERROR: failed to process the option --tags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s -v --tags=a,b
+|
+! Could not write the sensor grouping tags 'a,b' to config file
+! ERROR: failed to process the option --tags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ vantorctl -s --tags=a
+|
+store GroupTags "a"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -d -f -v --tags
+|
+! Could not delete the sensor grouping tags from config file
+! ERROR: failed to process the option --tags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+
+== log interval, duration and counters
+store empty
+daemon
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -s --logduration=3600
+|
+! Unexpected error occurred. Status:0xC0000001
+! ERROR: failed to process the option --logduration
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed to read log interval from simple store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s -v --loginterval=90s
+|
+! Could not write log interval value "90s" to config. Status:0xC0000001
+! ERROR: failed to process the option --loginterval
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --logduration
+|
+! Could not read log duration from config file. Status:0xC0000001
+! ERROR: failed to process the option --logduration
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+hangups 0
+$ vantorctl -s --logduration=3600 --logcounters=false
+|
+store LogCounters u32 0
+store LogDuration u32 3600
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -d -v --logduration
+|
+! Could not delete log duration value from config file. Status:0xC0000001
+! ERROR: failed to process the option --logduration
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s --logcounters=TRUE --update
+|
+! Could not write log counters "TRUE" to config file
+! ERROR: failed to process the option --logcounters
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -d --logcounters
+|
+! Could not delete log counters from config file
+! ERROR: failed to process the option --logcounters
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+hangups 0
+
+# An unreadable history reads as no history.
+== the sensor's state
+store empty
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --rfm-state
+| rfm-state is not set.
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --rfm-reason
+| rfm-reason is not set.
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --rfm-history
+| rfm-history is not set.
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
