@@ -73,7 +73,8 @@ Pass LoadAndSave() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const std::string dir = vt_test::MakeScratchDirectory("registry-fuzz");
+  static const vt_test::TempDir scratch;  // removed at exit
+  const std::string dir = scratch.path();
   if (dir.empty()) Fail("no scratch directory");
   gPath = dir + "/Registry.bin";
   gWidePath.assign(gPath.begin(), gPath.end());

@@ -99,7 +99,8 @@ void CheckGet(const std::string& image, const std::string& name) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  const std::string dir = vt_test::MakeScratchDirectory("simple-store-fuzz");
+  static const vt_test::TempDir scratch;  // removed at exit
+  const std::string dir = scratch.path();
   if (dir.empty()) Fail("no scratch directory");
   gPath = dir + "/vantorstore";
   return 0;

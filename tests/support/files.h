@@ -1,11 +1,12 @@
 // Whole-file reads and writes for tests, fuzzers and test tools.
 #pragma once
 
-#include <dirent.h>
+#include <ftw.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -51,25 +52,33 @@ inline bool WriteFileBytes(const std::string& path, std::string_view bytes, mode
 // The file's bytes, or "<missing>" when it cannot be read: for comparisons.
 inline std::string ReadWholeFile(const std::string& path) { return ReadFileBytes(path).value_or("<missing>"); }
 
-// A new directory for scratch files: under /dev/shm where there is one, since
-// memory makes fsync cheap, else under /tmp. Empty when neither works. The
-// directory and the files in it (one level) are removed when the process exits.
-inline std::string MakeScratchDirectory(const std::string& prefix) {
-  static std::string made;
-  for (const char* parent : {"/dev/shm/", "/tmp/"}) {
-    std::string path = parent + prefix + "-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr) continue;
-    made = path;
-    (void)std::atexit([] {  // best effort: a leftover directory only costs space
-      if (DIR* dir = opendir(made.c_str())) {
-        while (const dirent* entry = readdir(dir)) (void)unlinkat(dirfd(dir), entry->d_name, 0);
-        (void)closedir(dir);
+// A fresh directory under /dev/shm where there is one (memory makes fsync
+// cheap), else under /tmp, removed with its contents (links not followed) on
+// destruction. path() is empty when none could be made.
+class TempDir {
+ public:
+  TempDir() {
+    for (const char* pattern : {"/dev/shm/vt_XXXXXX", "/tmp/vt_XXXXXX"}) {
+      std::string path = pattern;
+      if (mkdtemp(path.data()) != nullptr) {
+        path_ = path;
+        return;
       }
-      (void)rmdir(made.c_str());
-    });
-    return path;
+    }
   }
-  return {};
-}
+  ~TempDir() {
+    if (!path_.empty()) {
+      (void)nftw(path_.c_str(), [](const char* p, const struct stat*, int, FTW*) { return remove(p); }, 16,
+                 FTW_DEPTH | FTW_PHYS);
+    }
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::string& path() const { return path_; }
+  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
 
 }  // namespace vt_test

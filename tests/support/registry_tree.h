@@ -8,7 +8,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -71,15 +70,13 @@ inline constexpr GUID kGuidA = {0x11223344, 0x5566, 0x7788, {0x99, 0xAA, 0xBB, 0
 inline constexpr GUID kGuidB = {0xA0B0C0D0, 0x0102, 0x0304, {1, 2, 3, 4, 5, 6, 7, 8}};
 inline constexpr GUID kGuidC = {0x00000001, 0x0000, 0xFFFF, {0, 0, 0, 0, 0, 0, 0, 0x80}};
 
-// A registry file "Registry.bin" in a mkdtemp directory under /tmp (removed at
-// the end), node shortcuts that expect success, and a close at the end.
+// A registry file "Registry.bin" in a temporary directory, node shortcuts that
+// expect success, and a close at the end.
 class RegistryFixture : public ::testing::Test {
  protected:
-  RegistryFixture() { EXPECT_NE(mkdtemp(dir_.data()), nullptr); }
-  ~RegistryFixture() override { std::filesystem::remove_all(dir_); }
   void TearDown() override { CloseRegistry(); }
 
-  std::string Path() const { return dir_ + "/Registry.bin"; }
+  std::string Path() const { return dir_ / "Registry.bin"; }
   NTSTATUS Open() { return OpenRegistry(Wide(Path()).get()); }
 
   template <typename Call> static RegistryNode* Made(Call call) {
@@ -108,7 +105,7 @@ class RegistryFixture : public ::testing::Test {
     return children;
   }
 
-  std::string dir_ = "/tmp/vt_registry_XXXXXX";
+  vt_test::TempDir dir_;
   const RegistryProvider* p_ = GetRegistryProvider();
 };
 

@@ -1,9 +1,8 @@
-// Test helpers (header-only, tests only): a per-process trace log in a temp dir
-// so a test can see which lines an operation wrote, and a temp-dir owner.
+// Test helper (header-only, tests only): a per-process trace log in a temp dir
+// so a test can see which lines an operation wrote.
 #pragma once
 
 #include <fcntl.h>
-#include <ftw.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -13,36 +12,6 @@
 #include "tests/support/files.h"
 
 namespace vt_test {
-
-// Removes a tree without following links.
-inline void RemoveTree(const std::string& path) {
-  (void)nftw(
-      path.c_str(), [](const char* p, const struct stat*, int, FTW*) { return remove(p); }, 16,
-      FTW_DEPTH | FTW_PHYS);
-}
-
-// A fresh directory under /tmp, removed with its contents on destruction.
-class TempDir {
- public:
-  TempDir() {
-    char pattern[] = "/tmp/vt_h3_XXXXXX";
-    if (mkdtemp(pattern) != nullptr) {
-      path_ = pattern;
-    }
-  }
-  ~TempDir() {
-    if (!path_.empty()) {
-      RemoveTree(path_);
-    }
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  const std::string& path() const { return path_; }
-  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
 
 // The trace log of this test process, opened on first use in its own temp dir.
 // LogMark() remembers the current end; LogSince(mark) returns what was written
