@@ -20,26 +20,29 @@ LIBC = ctypes.CDLL(None, use_errno=True)
 _mounted = set()
 
 
-def enter(argv):
-    """Re-executes the script as process 1 of the sandbox and returns its arguments there. Outside,
-    without root or a working unshare, exits 77 (skipped), or 1 under VANTOR_REQUIRE_SANDBOX=1."""
+def enter(argv, flags=()):
+    """Re-executes the script as process 1 of the sandbox (with more unshare `flags`, e.g. -n) and
+    returns its arguments there. Outside, without root, /proc or a working unshare, exits 77
+    (skipped), or 1 under VANTOR_REQUIRE_SANDBOX=1."""
     if argv[1:2] == ["--inside"]:
         return argv[:1] + argv[2:]
-    unshare = ["unshare", "-m", "-p", "-f", "--mount-proc"]
+    unshare = ["unshare", "-m", "-p", "-f", "--mount-proc", *flags]
     # Without /proc (a plain chroot), a run that joins process 1's namespaces would leave the chroot.
     why = ("the sandboxed tests need root" if os.geteuid() != 0 else
            "no /proc (a plain chroot?): the sandbox needs one" if not os.path.exists("/proc/self/exe") else None
            if shutil.which("unshare") and subprocess.run(unshare + ["true"], capture_output=True).returncode == 0
            else "unshare -m -p -f --mount-proc does not work here")
-    if why and os.environ.get("VANTOR_REQUIRE_SANDBOX") == "1":
-        sys.exit(why + " (VANTOR_REQUIRE_SANDBOX=1)")
     if why:
-        skip(why)
+        skip(why, required=True)
     sys.stdout.flush()
     os.execvp("unshare", unshare + ["--kill-child", sys.executable, os.path.abspath(argv[0]), "--inside"] + argv[1:])
 
 
-def skip(why):
+def skip(why, required=False):
+    """Exits 77 (skipped) with the reason; with `required`, a failure instead under
+    VANTOR_REQUIRE_SANDBOX=1 (what the sandbox itself needs)."""
+    if required and os.environ.get("VANTOR_REQUIRE_SANDBOX") == "1":
+        sys.exit(why + " (VANTOR_REQUIRE_SANDBOX=1)")
     print("SKIP: " + why, flush=True)
     sys.exit(77)
 
