@@ -1,9 +1,9 @@
-# The sandbox of the scripts that run the real binary (tests/cases/run, tests/e2e/walk) and the
-# store's byte layout. A script calls enter(sys.argv) first: it comes back as process 1 of private
-# PID and mount namespaces (`unshare -m -p -f --mount-proc`; it dies with unshare), and
-# fresh_roots() then puts tmpfs over /opt, /var/log and /run (and /var/run when it is not a link to
-# /run), so the real ones are never touched. Process 1 inherits every orphan of the namespace:
-# reap() and stop_all() collect them.
+# The sandbox of the scripts that run the real binary (tests/cases/run, tests/e2e/walk,
+# deploy/tests/run), the store's byte layout and the lines of a transcript. A script calls
+# enter(sys.argv) first: it comes back as process 1 of private PID and mount namespaces
+# (`unshare -m -p -f --mount-proc`; it dies with unshare), and fresh_roots() then puts tmpfs over
+# /opt, /var/log and /run (and /var/run when it is not a link to /run), so the real ones are never
+# touched. Process 1 inherits every orphan of the namespace: reap() and stop_all() collect them.
 import contextlib, ctypes, os, re, shutil, signal, subprocess, sys, time
 
 ROOTS = ["/opt", "/var/log", "/run"] + ([] if os.path.islink("/var/run") else ["/var/run"])
@@ -82,6 +82,25 @@ def stop_all():
                 os.kill(pid, signal.SIGKILL)
         reap()
         time.sleep(0.001)
+
+
+# Output in a transcript's terms: the date and thread id of trace lines as <time> and <tid>, and
+# the lines, each starting with `mark`, that stand for a stream's bytes.
+def normalise(data):
+    return TRACE_LINE.sub(rb"<time> \1\t(<tid>) [\2]", data)
+
+
+def show_stream(mark, data):
+    parts, lines = data.split(b"\n"), []
+    for i, part in enumerate(parts[:-1] if parts[-1] == b"" else parts):
+        text = part.decode("latin-1")
+        if not all(32 <= b < 127 for b in part) or text.endswith((" ", " (esc)", " (no-eol)")):
+            text = "".join("\\\\" if b == 92 else "\\t" if b == 9 else chr(b) if 32 <= b < 127 else "\\x%02x" % b
+                           for b in part)
+            text = (text[:-1] + "\\x20" if text.endswith(" ") else text) + " (esc)"  # a trailing space shows
+        text += " (no-eol)" if i == len(parts) - 1 else ""
+        lines.append(mark + " " + text if text else mark)
+    return lines
 
 
 def slurp(path):
