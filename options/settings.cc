@@ -17,7 +17,6 @@ using SF = SettingForm;
 // The longest text any kText row keeps, plus its terminator.
 constexpr std::size_t kTextBufferSize = 256;
 
-
 bool IsWord(std::span<const std::string_view> words, const char* text) {
   for (std::string_view word : words) {
     if (word == text) {
@@ -59,17 +58,22 @@ bool ParseSetting(const Setting& s, const char* value, std::uint32_t* number) {
   }
 }
 
-NTSTATUS ReadSetting(const OptionContext* context, const Setting& s, std::uint32_t* number, std::span<char> text) {
-  return s.form == SF::kText ? ReadTextValue(context, &s.name, text) : ReadU32Value(context, &s.name, number);
-}
+// A row's stored value: its text (read up to the row's maxLength, so a longer one fails) or number.
+struct StoredSetting {
+  std::array<char, kTextBufferSize> text{};
+  std::uint32_t number = 0;
+
+  [[nodiscard]] NTSTATUS Read(const OptionContext* context, const Setting& s) {
+    return s.form == SF::kText ? ReadTextValue(context, &s.name, std::span(text).first(s.maxLength + 1))
+                               : ReadU32Value(context, &s.name, &number);
+  }
+};
 
 // A protected row's read and -f check before its set or delete.
 NTSTATUS GuardSetting(OptionContext* context, const Setting& s) {
-  std::array<char, kTextBufferSize> text{};
-  std::uint32_t number = 0;
+  StoredSetting value;
   bool stored = false;
-  return GuardStoredValue(context, s, ReadSetting(context, s, &number, std::span(text).first(s.maxLength + 1)),
-                          &stored);
+  return GuardStoredValue(context, s, value.Read(context, s), &stored);
 }
 
 NTSTATUS SetSetting(OptionContext* context, const Setting& s, const char* value) {
@@ -116,9 +120,8 @@ NTSTATUS PrintStoredNumber(OptionContext* context, const Setting& s, std::uint32
 }
 
 NTSTATUS GetSetting(OptionContext* context, const Setting& s) {
-  std::array<char, kTextBufferSize> text{};
-  std::uint32_t number = 0;
-  const NTSTATUS status = ReadSetting(context, s, &number, std::span(text).first(s.maxLength + 1));
+  StoredSetting value;
+  const NTSTATUS status = value.Read(context, s);
   if (status == STATUS_NOT_FOUND && !s.unsetIsError) {
     if (s.unsetText != nullptr) {
       PrintValue(context, "%s", s.unsetText);
@@ -132,17 +135,16 @@ NTSTATUS GetSetting(OptionContext* context, const Setting& s) {
     return status;
   }
   if (s.form != SF::kText) {
-    return PrintStoredNumber(context, s, number);
+    return PrintStoredNumber(context, s, value.number);
   }
-  PrintValue(context, "%s=%s", context->option, text.data());  // whatever text is stored, unchanged
+  PrintValue(context, "%s=%s", context->option, value.text.data());  // whatever text is stored, unchanged
   return STATUS_SUCCESS;
 }
 
 NTSTATUS DeleteSetting(OptionContext* context, const Setting& s) {
   if (s.readBeforeDelete) {
-    std::array<char, kTextBufferSize> text{};
-    std::uint32_t number = 0;
-    const NTSTATUS status = ReadSetting(context, s, &number, std::span(text).first(s.maxLength + 1));
+    StoredSetting value;
+    const NTSTATUS status = value.Read(context, s);
     if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
       PrintDiagnostic(s.readFailure, static_cast<unsigned>(status));
       return status;

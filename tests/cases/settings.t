@@ -148,6 +148,8 @@ store APP "8080"
 $ vantorctl -s -v --app=abcde
 | app=abcde.
 store APP "abcde"
+$ vantorctl -g --app
+| app=abcde.
 $ vantorctl -d --app --aph
 |
 store APH absent
