@@ -69,7 +69,7 @@ const char* EnableWordOf(Words words, const FlagWord& disable) {
       return word.word.data();
     }
   }
-  return disable.word.data();  // every disable word has one; the tables test says so
+  return disable.word.data();  // every disable word has one (value_sets.h asserts it)
 }
 
 void FormatMetadataQueryWords(Words words, std::uint32_t mask, char* out) {

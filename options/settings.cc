@@ -193,7 +193,7 @@ NTSTATUS HandleStoredSetting(OptionContext* context, const char* value) {
   const Setting* s = FindSetting(context->id);
   if (s == nullptr || !IsGenericForm(s->form)) {
     PrintDiagnostic("--%s has no stored setting\n", context->option);
-    return STATUS_INTERNAL_ERROR;  // a table fault: the consistency test catches it
+    return STATUS_INTERNAL_ERROR;  // a table fault, which cli/option_table.cc rules out when it is compiled
   }
   if (s->isProtected && (context->set || context->del)) {
     if (const NTSTATUS status = GuardSetting(context, *s); !NT_SUCCESS(status)) {

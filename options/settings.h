@@ -1,9 +1,9 @@
 // The table of stored settings (its rows: options/settings_table.h): one
 // constant row per option that keeps a value in the configuration store, in
-// option-table order, each naming its option by
-// its OptionId (options/option_id.h); the option table (cli/option_table.cc)
-// holds the option's name, modes and usage texts. A rule a row declares is
-// enforced by the code that reads the row:
+// option-table order, each naming its option by its OptionId
+// (options/option_id.h); the option table (cli/option_table.cc) holds the
+// option's name, modes and usage texts. A rule a row declares is enforced by
+// the code that reads the row:
 //   - `form`: how the value is parsed, stored and printed. The generic forms
 //     (IsGenericForm) are handled entirely by HandleStoredSetting from the
 //     row; the others have handlers of their own that take everything the row
