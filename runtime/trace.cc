@@ -88,13 +88,13 @@ namespace {
 constexpr int kLogMode = 0600;
 
 // The C library's zone loading opens the zone file and reads it, and a FIFO
-// there would hold every run before it did anything. So the file it would
-// read is looked at first without opening it: TZ of the form ":path" or
-// "path" (a relative one under TZDIR or /usr/share/zoneinfo; an empty TZ means
-// "Universal" there), or
-// /etc/localtime with its links followed. If it exists and is no regular
-// file, the process uses UTC and the log says why; a missing file is left to
-// the C library as before. Called before the first time stamp is made.
+// there would hold every run before it did anything. So the file it would read
+// is looked at first without opening it: TZ of the form ":path" or "path" (a
+// relative one under TZDIR or /usr/share/zoneinfo; an empty TZ means
+// "Universal" there), or /etc/localtime with its links followed. If it exists
+// and is no regular file, the process uses UTC and the log says why; a missing
+// file is left to the C library as before. Called before the first time stamp
+// is made.
 void UseUtcUnlessTheZoneFileIsRegular() {
   const char* tz = std::getenv("TZ");
   if (tz != nullptr && *tz == '\0') tz = "Universal";  // what the C library reads for an empty TZ
