@@ -97,7 +97,9 @@ constexpr bool RowsAreConsistent() {
   }
   return kOptionTable[IndexOf(OptionId::kHelp)].allowedModes == kModeHelp;
 }
+#ifndef VANTOR_NO_CONSTANT_FUNCTION_ADDRESSES
 static_assert(RowsAreConsistent(), "an option row the driver cannot use");
+#endif
 
 constexpr bool SameName(const UNICODE_STRING& a, const UNICODE_STRING& b) {
   if (a.Length != b.Length) return false;
@@ -145,7 +147,9 @@ constexpr bool SettingsFitTheOptionTable() {
   }
   return true;
 }
+#ifndef VANTOR_NO_CONSTANT_FUNCTION_ADDRESSES
 static_assert(SettingsFitTheOptionTable(), "a settings row that does not fit the option table or its form");
+#endif
 
 }  // namespace
 
