@@ -5,10 +5,16 @@ CTest names the skipped tests but not their reasons. Run after the tests (the
 post-test command of CTestCustom.cmake) on the run's JUnit file, this groups
 the skipped tests by the reason each gave: GoogleTest's "Skipped" message, or
 the last line a script test printed before it exited with 77.
+
+CTest also runs the post-test command after `ctest --show-only`, whose output
+other tools parse: the line goes to standard error, and only for a JUnit file
+the run has just written.
 """
 import collections
+import os
 import re
 import sys
+import time
 import xml.etree.ElementTree as ET
 
 
@@ -24,12 +30,14 @@ def reason(case):
 
 
 try:
+    if time.time() - os.stat(sys.argv[1]).st_mtime > 60:
+        sys.exit(0)  # an earlier run's file: this ctest ran no tests
     cases = list(ET.parse(sys.argv[1]).getroot().iter("testcase"))
 except (OSError, ET.ParseError):
     sys.exit(0)  # no JUnit file: ctest was run without the preset
 skipped = collections.Counter(reason(c) for c in cases if c.find("skipped") is not None)
 if not skipped:
-    print(f"Skipped: none of {len(cases)} tests.")
+    print(f"Skipped: none of {len(cases)} tests.", file=sys.stderr)
 else:
     why = "; ".join(f"{n} because {r}" for r, n in skipped.most_common())
-    print(f"Skipped: {sum(skipped.values())} of {len(cases)} tests: {why}.")
+    print(f"Skipped: {sum(skipped.values())} of {len(cases)} tests: {why}.", file=sys.stderr)
