@@ -25,6 +25,9 @@ def enter(argv, flags=()):
     returns its arguments there. Outside, without root, /proc or a working unshare, exits 77
     (skipped), or 1 under VANTOR_REQUIRE_SANDBOX=1."""
     if argv[1:2] == ["--inside"]:
+        if chrooted():
+            skip("a chroot (/ is not the root of its mount namespace): a run that joins process 1's "
+                 "namespaces would leave it", required=True)
         return argv[:1] + argv[2:]
     unshare = ["unshare", "-m", "-p", "-f", "--mount-proc", *flags]
     # Without /proc (a plain chroot), a run that joins process 1's namespaces would leave the chroot.
@@ -36,6 +39,17 @@ def enter(argv, flags=()):
         skip(why, required=True)
     sys.stdout.flush()
     os.execvp("unshare", unshare + ["--kill-child", sys.executable, os.path.abspath(argv[0]), "--inside"] + argv[1:])
+
+
+def chrooted():
+    """Whether / is not the root of this mount namespace. Joining a mount namespace, as the tool
+    joins process 1's, lands in its root: from a chroot, outside it (a child tries)."""
+    here = os.stat("/")
+    pid = os.fork()
+    if pid == 0:
+        joined = LIBC.setns(os.open("/proc/self/ns/mnt", os.O_RDONLY), 0x20000) == 0  # CLONE_NEWNS
+        os._exit(1 if joined and not os.path.samestat(os.stat("/"), here) else 0)
+    return os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]) == 1
 
 
 def skip(why, required=False):
