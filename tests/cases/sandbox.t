@@ -22,7 +22,7 @@ absent /var/log/written
 file /opt/Marrowlight/vantorstore hex 78007a
 
 == private tmpfs mounts, and the namespaces of process 1
-$ findmnt -n -o FSTYPE,PROPAGATION /opt; findmnt -n -o FSTYPE,PROPAGATION /var/log; findmnt -n -o FSTYPE,PROPAGATION /run
+$ for d in /opt /var/log /run; do findmnt -n -o FSTYPE,PROPAGATION $d | tail -n 1; done
 | tmpfs  private
 | tmpfs  private
 | tmpfs  private
