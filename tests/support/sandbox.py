@@ -22,7 +22,7 @@ _mounted = set()
 
 def enter(argv, flags=()):
     """Re-executes the script as process 1 of the sandbox (with more unshare `flags`, e.g. -n) and
-    returns its arguments there. Outside, without root, /proc or a working unshare, exits 77
+    returns its arguments there. Without root, /proc or a working unshare, or in a chroot, exits 77
     (skipped), or 1 under VANTOR_REQUIRE_SANDBOX=1."""
     if argv[1:2] == ["--inside"]:
         if chrooted():
