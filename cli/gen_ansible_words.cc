@@ -96,7 +96,7 @@ const char* FormText(const Setting& s) {
 }
 
 // The settings module's parameters of every setting it can set, as an Ansible
-// documentation fragment; the types and choices are those its argument spec
+// documentation fragment; the types and choices are those its parameter table
 // takes from vantorctl_words.py.
 void PrintDocFragment() {
   std::printf("# -*- coding: utf-8 -*-\n"

@@ -120,8 +120,8 @@ from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_value
 )
 
 
-def _argument_spec():
-    argspec = {}
+def _parameters():
+    params = {}
     for option in SETTABLE:
         if option in BOOLEANS:
             entry = dict(type="bool")
@@ -135,14 +135,14 @@ def _argument_spec():
             entry["choices"] = list(CHOICES[option])
         if option == TOKEN:
             entry["no_log"] = True
-        argspec[param_name(option)] = entry
-    argspec.update(
+        params[param_name(option)] = entry
+    params.update(
         absent=dict(type="list", elements="str", default=[]),
         force=dict(type="bool", default=False),
         reload=dict(type="bool", default=False),
         executable=dict(type="path"),
     )
-    return argspec
+    return params
 
 
 def _absent_options(names):
@@ -206,7 +206,7 @@ def run(module):
 
 
 def main():
-    module = AnsibleModule(argument_spec=_argument_spec(), supports_check_mode=True)
+    module = AnsibleModule(argument_spec=_parameters(), supports_check_mode=True)
     try:
         result = run(module)
     except TaskFailed as failure:

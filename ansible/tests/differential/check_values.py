@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # The module's value handling against the tool itself. Each generated task
-# value goes through what the module does with it (its argument spec, then
+# value goes through what the module does with it (its parameter checks, then
 # desired()) and, in this sandbox, through `vantorctl -s -f` and `-g`: once
 # with the task's own text, once with the text the module writes for it. What
 # the module refuses the tool must refuse (a cid with the same message); what
@@ -19,14 +19,14 @@ import time
 
 sys.path.insert(0, os.environ["ANSIBLE_COLLECTIONS_PATH"])
 from ansible.module_utils.common.arg_spec import ArgumentSpecValidator  # noqa: E402
-from ansible_collections.marrowlight.vantor.plugins.modules.vantorctl import _argument_spec  # noqa: E402
+from ansible_collections.marrowlight.vantor.plugins.modules.vantorctl import _parameters  # noqa: E402
 from ansible_collections.marrowlight.vantor.plugins.module_utils import vantorctl_values as v  # noqa: E402
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import (  # noqa: E402
     CHOICES, FLAG_WORDS)
 
 EXE = sys.argv[1]
 R = random.Random(20261124)
-SPEC = _argument_spec()
+PARAMETERS = _parameters()
 HEX = "0123456789abcdefABCDEF"
 TAG = string.ascii_letters + string.digits + "-./@_"
 # Values of these the module does not check: it writes them, the tool refuses
@@ -122,7 +122,7 @@ def texts_and_numbers():
 def module(option, value):
     """(refused, stored form, text to write or the refusal's message)."""
     param = v.param_name(option)
-    checked = ArgumentSpecValidator({param: SPEC[param]}).validate({param: value})
+    checked = ArgumentSpecValidator({param: PARAMETERS[param]}).validate({param: value})
     if checked.error_messages:
         return True, None, checked.error_messages[0]
     try:

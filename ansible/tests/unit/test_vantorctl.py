@@ -182,22 +182,22 @@ class PlanAndApply(unittest.TestCase):
 
 @unittest.skipUnless(HAVE_ANSIBLE, "ansible is not installed")
 class Documentation(unittest.TestCase):
-    def test_options_match_the_argument_spec(self):
+    def test_options_match_the_parameters(self):
         import yaml
         from ansible_collections.marrowlight.vantor.plugins.modules import vantorctl as module
         from ansible_collections.marrowlight.vantor.plugins.doc_fragments import vantorctl, vantorctl_settings
         documented = yaml.safe_load(module.DOCUMENTATION)["options"]
         for fragment in (vantorctl, vantorctl_settings):
             documented.update(yaml.safe_load(fragment.ModuleDocFragment.DOCUMENTATION)["options"])
-        argspec = module._argument_spec()
-        self.assertEqual(sorted(documented), sorted(argspec))
-        for name, entry in argspec.items():
+        params = module._parameters()
+        self.assertEqual(sorted(documented), sorted(params))
+        for name, entry in params.items():
             with self.subTest(option=name):
                 self.assertEqual(documented[name]["type"], entry["type"])
                 self.assertEqual(documented[name].get("choices"), entry.get("choices"))
                 self.assertEqual(documented[name].get("elements"), entry.get("elements"))
                 self.assertEqual(documented[name].get("default"), entry.get("default"))
-        self.assertTrue(argspec["provisioning_token"]["no_log"])
+        self.assertTrue(params["provisioning_token"]["no_log"])
 
 
 if __name__ == "__main__":
