@@ -192,8 +192,17 @@ std::int64_t MonotonicNanoseconds() {
 
 }  // namespace
 
+std::int64_t FileLockDeadline() {
+  return MonotonicNanoseconds() + std::int64_t{kFileLockWaitSeconds} * 1'000'000'000;
+}
+
+bool FileLockDeadlinePassed(std::int64_t deadline) { return MonotonicNanoseconds() >= deadline; }
+
 NTSTATUS LockFileBounded(FileHandle file, int operation, const char* what) {
-  const std::int64_t deadline = MonotonicNanoseconds() + std::int64_t{kFileLockWaitSeconds} * 1'000'000'000;
+  return LockFileUntil(file, operation, what, FileLockDeadline());
+}
+
+NTSTATUS LockFileUntil(FileHandle file, int operation, const char* what, std::int64_t deadline) {
   long pause = 1'000'000;
   int interrupted = 0;
   for (;;) {
@@ -209,7 +218,7 @@ NTSTATUS LockFileBounded(FileHandle file, int operation, const char* what) {
     if (error == EINTR) {
       continue;  // retried at once: nothing was waited for
     }
-    if (MonotonicNanoseconds() >= deadline) {
+    if (FileLockDeadlinePassed(deadline)) {
       TraceError(TRACE_COMPONENT_CORE, "The %s is locked by another process; gave up after %d seconds", what,
                  kFileLockWaitSeconds);
       return STATUS_LOCK_NOT_GRANTED;

@@ -88,6 +88,13 @@ inline constexpr int kFileLockWaitSeconds = 10;
 // locked by another process; gave up after 10 seconds"; both give
 // STATUS_LOCK_NOT_GRANTED.
 [[nodiscard]] NTSTATUS LockFileBounded(FileHandle file, int operation, const char* what);
+// LockFileBounded against a deadline of the caller's (FileLockDeadline), so that
+// several locks taken in turn share one bound.
+[[nodiscard]] NTSTATUS LockFileUntil(FileHandle file, int operation, const char* what, std::int64_t deadline);
+// The monotonic clock in nanoseconds, kFileLockWaitSeconds from now.
+[[nodiscard]] std::int64_t FileLockDeadline();
+// Whether a deadline from FileLockDeadline has passed.
+[[nodiscard]] bool FileLockDeadlinePassed(std::int64_t deadline);
 
 [[nodiscard]] NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting);
 [[nodiscard]] NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent);
