@@ -1,16 +1,18 @@
 // The configuration store. See simple_store.h for the contracts; the byte layout
-// lives in store_layout.h.
+// lives in store_layout.h, the write-back and its journal in journal.h.
 #include "store/simple_store.h"
 
+#include <fcntl.h>
 #include <pthread.h>
-#include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "runtime/file.h"
@@ -18,10 +20,12 @@
 #include "runtime/pool.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
+#include "store/journal.h"
 #include "store/store_layout.h"
 
 namespace {
 
+namespace J = store_journal;
 namespace L = store_layout;
 
 constexpr std::uint32_t kComponent = TRACE_COMPONENT_CORE;
@@ -30,25 +34,33 @@ constexpr std::uint32_t kImageBytes = static_cast<std::uint32_t>(L::kImageSize);
 constexpr UNICODE_STRING kVendorDirectory = TvConstantString(u"" VANTOR_VENDOR_DIR "/");
 constexpr UNICODE_STRING kStoreFileName = TvConstantString(u"vantorstore");
 
-// Signals that end the process; held off while an image is written back.
-constexpr int kTerminationSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
-
-// The image buffer holds two images: the one being worked on, and behind it the
-// one the file held before the change, which a failed write-back puts back.
-constexpr std::size_t kImageBufferSize = 2 * L::kImageSize;
+// The one allocation of an open store (TAG_SIMPLE_STORE): the journal record,
+// whose replaced image is the image the file held before a change and whose
+// intended image is the one being worked on; a scratch image for finishing a
+// cut write-back; and the store's path, the journal's path and their
+// directory, each terminated.
+constexpr std::size_t kScratchOffset = J::kJournalSize;
+constexpr std::size_t kPathsOffset = kScratchOffset + L::kImageSize;
 
 // The one store of the process. Constant-initialised (all zero, descriptor -1):
-// nothing runs before main. `file`, `image`, `before` and `readOnly` are set by
-// a successful open and cleared by close; `lock` is initialised at open and
-// destroyed at close.
+// nothing runs before main. Everything but `lock` is set by OpenStore and
+// cleared by CloseSimpleStore; `lock` is initialised at open and destroyed at
+// close.
 struct StoreState {
-  FileHandle file = kInvalidFile;
-  std::uint8_t* image = nullptr;   // kImageBufferSize bytes, TAG_SIMPLE_STORE; freed by close
-  std::uint8_t* before = nullptr;  // image + L::kImageSize: the file's image before the change
-  bool readOnly = false;           // the file could only be opened for reading
+  std::uint8_t* buffer = nullptr;  // the allocation above; null while closed
+  StoreFiles files;                // the descriptor, the journal's path, the directory
+  const char* path = nullptr;
+  bool readOnly = false;  // the file could only be opened for reading
   pthread_rwlock_t lock{};
 };
 constinit StoreState gStore;
+
+JournalRecord Record() { return JournalRecord(gStore.buffer, J::kJournalSize); }
+std::uint8_t* Image() { return gStore.buffer + J::kIntendedOffset; }
+std::uint8_t* Before() { return gStore.buffer + J::kReplacedOffset; }
+std::span<std::uint8_t, L::kImageSize> Scratch() {
+  return std::span<std::uint8_t, L::kImageSize>(gStore.buffer + kScratchOffset, L::kImageSize);
+}
 
 // A view of one record slot inside an image. Name comparisons assume a
 // validated image (name length at most kNameCapacity).
@@ -96,63 +108,118 @@ class StoreLockGuard {
   StoreLockGuard& operator=(const StoreLockGuard&) = delete;
 };
 
-// flock for the guard's lifetime, waiting at most kFileLockWaitSeconds for
-// another process (LockFileBounded). status() tells whether the lock was had;
-// the store is never read for a write or written without it.
-class FileLockGuard {
+// Opens the store file at `path` (options: OPEN_CREATE or 0) into the store,
+// closing the descriptor it had. A file that cannot be opened for writing
+// (EROFS, EACCES, EPERM: a read-only mount, an immutable or append-only file) is
+// opened for reading, and every change is refused later through its own
+// failure path.
+[[nodiscard]] NTSTATUS OpenStoreFile(std::uint32_t options) {
+  UniqueFile file;
+  NTSTATUS status = OpenRegularFile(gStore.path, FILE_ACCESS_READ_WRITE, options, file.out());
+  bool readOnly = false;
+  if (!NT_SUCCESS(status) && (errno == EROFS || errno == EACCES || errno == EPERM)) {
+    status = OpenRegularFile(gStore.path, FILE_ACCESS_READ, 0, file.out());
+    readOnly = NT_SUCCESS(status);
+    if (readOnly) {
+      TraceError(kComponent, "The store %s cannot be opened for writing; opened read-only", gStore.path);
+    }
+  }
+  if (!NT_SUCCESS(status)) {
+    TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", gStore.path, status);
+    return status;
+  }
+  UniqueFile(gStore.files.store).reset();  // the old descriptor, if any
+  gStore.files.store = file.release();
+  gStore.readOnly = readOnly;
+  return STATUS_SUCCESS;
+}
+
+// What the store's path names, against the open descriptor.
+enum class PathNames { kLockedFile, kOtherFile, kUnknown };
+
+// Whether the store's path still names the open file: the same device and
+// inode (the path itself, not a link's target) and the file still linked.
+PathNames WhatPathNames() {
+  struct stat held {};
+  struct stat named {};
+  if (fstat(gStore.files.store, &held) != 0) {
+    TraceError(kComponent, "Couldn't stat the store: %!ERRNO!", errno);
+    return PathNames::kUnknown;
+  }
+  if (fstatat(AT_FDCWD, gStore.path, &named, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (errno == ENOENT) {
+      return PathNames::kOtherFile;
+    }
+    TraceError(kComponent, "Couldn't stat %s: %!ERRNO!", gStore.path, errno);
+    return PathNames::kUnknown;
+  }
+  return held.st_nlink > 0 && held.st_dev == named.st_dev && held.st_ino == named.st_ino ? PathNames::kLockedFile
+                                                                                        : PathNames::kOtherFile;
+}
+
+// The store's flock, on the file its path names, held from a successful Lock()
+// to the guard's end. After each flock the path is checked (WhatPathNames): a
+// store renamed over or removed while the tool waited is let go, the path is
+// opened again (created again only at the store's open) and locked again, all
+// within one kFileLockWaitSeconds bound. The store is never read for a change
+// or written without the lock, and never written through a descriptor the path
+// no longer names.
+class StoreFileLock {
  public:
-  FileLockGuard(FileHandle file, int operation) : file_(file), status_(LockFileBounded(file, operation, "store")) {}
-  ~FileLockGuard() {
-    if (NT_SUCCESS(status_) && flock(file_, LOCK_UN) != 0) {
+  explicit StoreFileLock(std::uint32_t reopenOptions) : reopenOptions_(reopenOptions) {}
+  ~StoreFileLock() {
+    if (locked_ && flock(gStore.files.store, LOCK_UN) != 0) {
       TraceError(kComponent, "Unlock attempt failed:%d", errno);
     }
   }
-  FileLockGuard(const FileLockGuard&) = delete;
-  FileLockGuard& operator=(const FileLockGuard&) = delete;
+  StoreFileLock(const StoreFileLock&) = delete;
+  StoreFileLock& operator=(const StoreFileLock&) = delete;
 
-  [[nodiscard]] NTSTATUS status() const { return status_; }
+  [[nodiscard]] NTSTATUS Lock(int operation) {
+    const std::int64_t deadline = FileLockDeadline();
+    for (;;) {
+      NTSTATUS status = LockFileUntil(gStore.files.store, operation, "store", deadline);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+      const PathNames named = WhatPathNames();
+      if (named == PathNames::kLockedFile) {
+        locked_ = true;
+        return STATUS_SUCCESS;
+      }
+      (void)flock(gStore.files.store, LOCK_UN);  // closing the descriptor below drops it anyway
+      if (named == PathNames::kUnknown) {
+        return STATUS_UNSUCCESSFUL;
+      }
+      TraceError(kComponent, "The store %s was replaced or removed while waiting for its lock; opening it again",
+                 gStore.path);
+      if (FileLockDeadlinePassed(deadline)) {
+        TraceError(kComponent, "The store %s keeps being replaced; gave up after %d seconds", gStore.path,
+                   kFileLockWaitSeconds);
+        return STATUS_LOCK_NOT_GRANTED;
+      }
+      status = OpenStoreFile(reopenOptions_);
+      if (!NT_SUCCESS(status)) {
+        return status;
+      }
+    }
+  }
 
  private:
-  FileHandle file_;
-  NTSTATUS status_;
-};
-
-// Blocks the termination signals in the calling thread; restores the previous
-// mask (not merely unblocking) on destruction, so signals the caller had blocked
-// stay blocked.
-class TerminationSignalBlock {
- public:
-  TerminationSignalBlock() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : kTerminationSignals) {
-      sigaddset(&set, signal);
-    }
-    blocked_ = pthread_sigmask(SIG_BLOCK, &set, &previous_) == 0;
-  }
-  ~TerminationSignalBlock() {
-    if (blocked_) {
-      (void)pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
-    }
-  }
-  TerminationSignalBlock(const TerminationSignalBlock&) = delete;
-  TerminationSignalBlock& operator=(const TerminationSignalBlock&) = delete;
-
- private:
-  sigset_t previous_{};
-  bool blocked_ = false;
+  std::uint32_t reopenOptions_;
+  bool locked_ = false;
 };
 
 // Reads the whole image (or its first `length` bytes) from offset 0 with
 // positioned reads, looping over short reads; a file that ends early gives
 // STATUS_END_OF_FILE.
-[[nodiscard]] NTSTATUS ReadSimpleStore(FileHandle file, std::uint8_t* image, std::uint32_t length = kImageBytes) {
+[[nodiscard]] NTSTATUS ReadSimpleStore(std::uint8_t* image, std::uint32_t length = kImageBytes) {
   NTSTATUS status = STATUS_SUCCESS;
   std::uint32_t done = 0;
   while (done < length) {
     std::uint32_t count = 0;
     const std::uint64_t offset = done;
-    status = ReadFileAtOffset(file, image + done, length - done, &count, &offset);
+    status = ReadFileAtOffset(gStore.files.store, image + done, length - done, &count, &offset);
     if (!NT_SUCCESS(status)) {
       break;
     }
@@ -162,45 +229,6 @@ class TerminationSignalBlock {
     TraceError(kComponent, "Failed read to store: %!STATUS!", status);
   }
   return status;
-}
-
-// Puts back what a failed write-back changed: the first `written` bytes of the
-// image the file held before (`before`, `beforeLength` bytes long), which is no
-// more than the failed write put in, so whatever stopped it (a file-size limit,
-// a full disk) lets these through; then the old length, when the file was
-// shorter, and an fsync. A failure here is logged; nothing else can be done.
-void RestoreSimpleStore(FileHandle file, const std::uint8_t* before, std::uint64_t beforeLength,
-                        std::uint32_t written) {
-  const auto length = static_cast<std::uint32_t>(std::min<std::uint64_t>(written, beforeLength));
-  if (length != 0 && !NT_SUCCESS(WriteFileAtOffset(file, before, length, 0))) {
-    TraceError(kComponent, "Failed to restore the store after a failed write");
-    return;
-  }
-  if ((beforeLength < written && ftruncate(file, static_cast<off_t>(beforeLength)) != 0) || fsync(file) != 0) {
-    TraceError(kComponent, "Failed to restore the store after a failed write: %!ERRNO!", errno);
-  }
-}
-
-// Writes the whole image at offset 0 and fsyncs, with the termination signals
-// held off throughout. Every step is checked; a failure is logged, the bytes the
-// file held before are put back (RestoreSimpleStore), and the failure returned,
-// so the file holds the old image or the new one, never a mix of the two.
-[[nodiscard]] NTSTATUS WriteSimpleStore(FileHandle file, const std::uint8_t* image, const std::uint8_t* before,
-                                        std::uint64_t beforeLength) {
-  const TerminationSignalBlock block;
-  std::uint32_t written = 0;
-  const NTSTATUS status = WriteFileAtOffset(file, image, kImageBytes, 0, &written);
-  if (!NT_SUCCESS(status)) {
-    TraceError(kComponent, "Failed write to store: %!STATUS!", status);
-    RestoreSimpleStore(file, before, beforeLength, written);
-    return status;
-  }
-  if (fsync(file) != 0) {
-    TraceError(kComponent, "Failed to flush file: %!ERRNO!", errno);
-    RestoreSimpleStore(file, before, beforeLength, kImageBytes);
-    return STATUS_UNSUCCESSFUL;
-  }
-  return STATUS_SUCCESS;
 }
 
 bool ValidateNameLength(std::uint16_t length) {
@@ -248,16 +276,16 @@ void ResetImage(std::uint8_t* image) {
 // Re-reads and validates the image of the open store, and keeps a copy as the
 // image before any change. Caller holds the locks.
 [[nodiscard]] NTSTATUS LoadImage() {
-  const NTSTATUS status = ReadSimpleStore(gStore.file, gStore.image);
+  const NTSTATUS status = ReadSimpleStore(Image());
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "ReadSimpleStore failed:%!STATUS!", status);
     return status;
   }
-  if (!ValidateSimpleStore(gStore.image)) {
+  if (!ValidateSimpleStore(Image())) {
     TraceError(kComponent, "ValidateSimpleStore failed");
     return STATUS_DATA_ERROR;
   }
-  std::memcpy(gStore.before, gStore.image, L::kImageSize);
+  std::memcpy(Before(), Image(), L::kImageSize);
   return STATUS_SUCCESS;
 }
 
@@ -269,12 +297,12 @@ void ResetImage(std::uint8_t* image) {
     TraceError(kComponent, "The store is opened read-only; the change is not written");
     return STATUS_ACCESS_DENIED;
   }
-  const NTSTATUS status = WriteSimpleStore(gStore.file, gStore.image, gStore.before, L::kImageSize);
+  const NTSTATUS status = WriteSimpleStore(gStore.files, Record(), L::kImageSize);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed write to store:%x", static_cast<std::uint32_t>(status));
     return status;
   }
-  std::memcpy(gStore.before, gStore.image, L::kImageSize);
+  std::memcpy(Before(), Image(), L::kImageSize);
   return status;
 }
 
@@ -289,123 +317,129 @@ int FindSlot(std::uint8_t* image, const UNICODE_STRING& name, int from) {
 }
 
 // The locking frame of every get, set and delete: process lock, then flock;
-// released in reverse order by the guards.
+// released in reverse order by the guards. A change first finishes a
+// write-back another run left cut (a get only reads, and what it reads of such
+// a store is what the file holds until the next change or open finishes it).
 template <typename Work>
 [[nodiscard]] NTSTATUS WithStoreLocked(int flockOperation, Work&& work) {
   // Open and close never race with operations (see the header), so the closed
   // check needs no lock; taking the lock of a closed store would use a
   // destroyed lock.
-  if (gStore.file == kInvalidFile) {
+  if (gStore.buffer == nullptr) {
     return STATUS_INVALID_HANDLE;
   }
   const StoreLockGuard storeLock;
-  const FileLockGuard fileLock(gStore.file, flockOperation);
-  if (!NT_SUCCESS(fileLock.status())) {
-    return fileLock.status();
+  StoreFileLock fileLock(0);
+  NTSTATUS status = fileLock.Lock(flockOperation);
+  if (NT_SUCCESS(status) && flockOperation == LOCK_EX) {
+    status = FinishInterruptedWriteBack(gStore.files, Record(), Scratch(), gStore.readOnly);
+  }
+  if (!NT_SUCCESS(status)) {
+    return status;
   }
   return std::forward<Work>(work)();
 }
 
-// Opens, locks, validates and if need be repairs the store file into an
-// already allocated image. On success the descriptor and image belong to
-// gStore; on failure everything is released.
-[[nodiscard]] NTSTATUS OpenWithImage(PoolBuffer image, const char* path) {
-  UniqueFile file;
-  NTSTATUS status = OpenRegularFile(path, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
-  bool readOnly = false;
-  if (!NT_SUCCESS(status) && (errno == EROFS || errno == EACCES || errno == EPERM)) {
-    // A read-only mount, an immutable or append-only file: the store can still
-    // be read. Every change is refused later, through its own failure path.
-    status = OpenRegularFile(path, FILE_ACCESS_READ, 0, file.out());
-    readOnly = NT_SUCCESS(status);
-    if (readOnly) {
-      TraceError(kComponent, "The store %s cannot be opened for writing; opened read-only", path);
-    }
+// Sets up the allocation and the paths for `path`: the journal's is the path
+// with "-journal" appended, the directory the path up to its last "/" ("."
+// when it has none, "/" for a file in the root).
+[[nodiscard]] NTSTATUS AllocateStore(const char* path) {
+  const std::size_t length = std::strlen(path);
+  const std::size_t slash = std::string_view(path, length).rfind('/');
+  const std::size_t directoryLength = slash == std::string_view::npos ? 1 : slash == 0 ? 1 : slash;
+  const std::size_t size = kPathsOffset + (length + 1) + (length + sizeof J::kPathSuffix) + (directoryLength + 1);
+  auto* buffer = static_cast<std::uint8_t*>(TvAllocatePoolWithTag(size, TAG_SIMPLE_STORE));
+  if (buffer == nullptr) {
+    TraceError(kComponent, "Failed store buffer allocation");
+    return STATUS_INSUFFICIENT_RESOURCES;
   }
+  char* text = reinterpret_cast<char*>(buffer + kPathsOffset);
+  gStore.path = std::strcpy(text, path);
+  text += length + 1;
+  gStore.files.journalPath = std::strcat(std::strcpy(text, path), J::kPathSuffix);
+  text += length + sizeof J::kPathSuffix;
+  if (slash == std::string_view::npos) {
+    std::strcpy(text, ".");
+  } else {
+    std::memcpy(text, path, directoryLength);
+    text[directoryLength] = '\0';
+  }
+  gStore.files.directory = text;
+  gStore.buffer = buffer;
+  std::memset(static_cast<void*>(&gStore.lock), 0, sizeof(gStore.lock));
+  (void)pthread_rwlock_init(&gStore.lock, nullptr);
+  return STATUS_SUCCESS;
+}
+
+// Opens, locks, finishes a cut write-back, validates and if need be repairs
+// the store file at `path`. On failure the caller closes what is open.
+[[nodiscard]] NTSTATUS OpenStore(const char* path) {
+  NTSTATUS status = AllocateStore(path);
   if (!NT_SUCCESS(status)) {
-    TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", path, status);
     return status;
   }
-  // Declared after `file`, so the flock is released before the descriptor closes.
-  const FileLockGuard fileLock(file.get(), readOnly ? LOCK_SH : LOCK_EX);
-  if (!NT_SUCCESS(fileLock.status())) {
-    return fileLock.status();
+  status = OpenStoreFile(OPEN_CREATE);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  // Released before the caller closes the descriptor on a failure.
+  StoreFileLock fileLock(OPEN_CREATE);
+  status = fileLock.Lock(gStore.readOnly ? LOCK_SH : LOCK_EX);
+  if (!NT_SUCCESS(status)) {
+    return status;
+  }
+  status = FinishInterruptedWriteBack(gStore.files, Record(), Scratch(), gStore.readOnly);
+  if (!NT_SUCCESS(status)) {
+    return status;
   }
 
   std::uint64_t length = 0;
-  status = GetFileLength(file.get(), &length);
+  status = GetFileLength(gStore.files.store, &length);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed to retrievefile %s length: %!STATUS!", path, status);
     return status;
   }
-
-  auto* bytes = image.as<std::uint8_t>();
-  std::uint8_t* before = bytes + L::kImageSize;
   bool valid = false;
   std::uint64_t reported = length;  // an image of the right size that fails validation is reported as 0
   if (length == L::kImageSize) {
-    status = ReadSimpleStore(file.get(), bytes);
+    status = ReadSimpleStore(Image());
     if (!NT_SUCCESS(status)) {
       return status;
     }
-    valid = ValidateSimpleStore(bytes);
+    valid = ValidateSimpleStore(Image());
     if (!valid) {
       TraceError(kComponent, "ValidateData failed");
       reported = 0;
     }
   }
-  if (!valid) {
-    TraceError(kComponent, "Invalid file %s length: %d", path,
-               static_cast<int>(std::min<std::uint64_t>(reported, INT_MAX)));
-    if (readOnly) {
-      TraceError(kComponent, "The store %s cannot be repaired: it is opened read-only", path);
-      return STATUS_ACCESS_DENIED;
-    }
-    // What the file held goes back if the repair fails part way. The empty
-    // image goes in first and a longer file is cut after, so a failure at
-    // either step leaves the file as it was.
+  if (valid) {
+    return STATUS_SUCCESS;
+  }
+  TraceError(kComponent, "Invalid file %s length: %d", path,
+             static_cast<int>(std::min<std::uint64_t>(reported, INT_MAX)));
+  if (gStore.readOnly) {
+    TraceError(kComponent, "The store %s cannot be repaired: it is opened read-only", path);
+    return STATUS_ACCESS_DENIED;
+  }
+  // The repair is a write-back like any other: the image the file held (its
+  // first bytes, zero past its end) is the one replaced.
+  if (length == L::kImageSize) {
+    std::memcpy(Before(), Image(), L::kImageSize);
+  } else {
+    std::memset(Before(), 0, L::kImageSize);
     const auto kept = static_cast<std::uint32_t>(std::min<std::uint64_t>(length, L::kImageSize));
-    if (length == L::kImageSize) {
-      std::memcpy(before, bytes, L::kImageSize);
-    } else if (kept != 0 && !NT_SUCCESS(status = ReadSimpleStore(file.get(), before, kept))) {
+    if (kept != 0 && !NT_SUCCESS(status = ReadSimpleStore(Before(), kept))) {
       return status;
-    }
-    ResetImage(bytes);
-    status = WriteSimpleStore(file.get(), bytes, before, length);
-    if (!NT_SUCCESS(status)) {
-      return status;
-    }
-    if (length > L::kImageSize) {
-      if (ftruncate(file.get(), static_cast<off_t>(L::kImageSize)) != 0) {
-        TraceError(kComponent, "Failed to truncate %s file: %!ERRNO!", path, errno);
-        RestoreSimpleStore(file.get(), before, length, kImageBytes);
-        return STATUS_INSUFFICIENT_RESOURCES;
-      }
-      if (fsync(file.get()) != 0) {
-        TraceError(kComponent, "Failed to flush file: %!ERRNO!", errno);
-        return STATUS_UNSUCCESSFUL;
-      }
     }
   }
-
-  std::memset(static_cast<void*>(&gStore.lock), 0, sizeof(gStore.lock));
-  (void)pthread_rwlock_init(&gStore.lock, nullptr);
-  gStore.image = static_cast<std::uint8_t*>(image.release());
-  gStore.before = gStore.image + L::kImageSize;
-  gStore.readOnly = readOnly;
-  gStore.file = file.release();  // fileLock still unlocks this descriptor on return
-  return STATUS_SUCCESS;
+  ResetImage(Image());
+  return WriteSimpleStore(gStore.files, Record(), length);
 }
 
 }  // namespace
 
 NTSTATUS OpenSimpleStore() {
   CloseSimpleStore();
-  PoolBuffer image(kImageBufferSize, TAG_SIMPLE_STORE);
-  if (!image) {
-    TraceError(kComponent, "Failed store buffer allocation");
-    return STATUS_INSUFFICIENT_RESOURCES;
-  }
   const StringObject path(BuildVendorPath(nullptr, &kStoreFileName));
   if (!path) {
     TraceError(kComponent, "Failed retrieving store path");
@@ -417,28 +451,28 @@ NTSTATUS OpenSimpleStore() {
     TraceError(kComponent, "Failed unicode to ansi translation");
     return status;
   }
-  return OpenWithImage(std::move(image), path8.c_str());
+  return OpenSimpleStoreAt(path8.c_str());
 }
 
 NTSTATUS OpenSimpleStoreAt(const char* path) {
   CloseSimpleStore();
-  PoolBuffer image(kImageBufferSize, TAG_SIMPLE_STORE);
-  if (!image) {
-    TraceError(kComponent, "Failed store buffer allocation");
-    return STATUS_INSUFFICIENT_RESOURCES;
+  const NTSTATUS status = OpenStore(path);
+  if (!NT_SUCCESS(status)) {
+    CloseSimpleStore();
   }
-  return OpenWithImage(std::move(image), path);
+  return status;
 }
 
 void CloseSimpleStore() {
-  if (gStore.file == kInvalidFile) {
+  if (gStore.buffer == nullptr) {
     return;
   }
-  (void)CloseFile(gStore.file);
-  gStore.file = kInvalidFile;
-  gStore.before = nullptr;
+  UniqueFile(std::exchange(gStore.files.store, kInvalidFile)).reset();
+  gStore.files.journalPath = nullptr;
+  gStore.files.directory = nullptr;
+  gStore.path = nullptr;
   gStore.readOnly = false;
-  TvFreePoolWithTag(std::exchange(gStore.image, nullptr), TAG_SIMPLE_STORE);
+  TvFreePoolWithTag(std::exchange(gStore.buffer, nullptr), TAG_SIMPLE_STORE);
   (void)pthread_rwlock_destroy(&gStore.lock);
 }
 
@@ -455,11 +489,11 @@ NTSTATUS GetSimpleStoreValue(const UNICODE_STRING* name, void* buffer, std::uint
     if (!NT_SUCCESS(status)) {
       return status;
     }
-    const int index = FindSlot(gStore.image, *name, L::kFirstSlot);
+    const int index = FindSlot(Image(), *name, L::kFirstSlot);
     if (index == 0) {
       return STATUS_NOT_FOUND;
     }
-    const Slot slot(gStore.image, index);
+    const Slot slot(Image(), index);
     const std::uint32_t length = slot.DataLength();
     const std::uint32_t copied = std::min(length, *size);
     if (copied != 0) {
@@ -490,7 +524,7 @@ NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::
     int firstEmpty = 0;
     int match = 0;
     for (int i = L::kFirstSlot; i <= L::kLastSlot && match == 0; ++i) {
-      const Slot slot(gStore.image, i);
+      const Slot slot(Image(), i);
       if (firstEmpty == 0 && slot.NameLength() == 0) {
         firstEmpty = i;
       } else if (slot.Matches(*name)) {
@@ -499,13 +533,13 @@ NTSTATUS SetSimpleStoreValue(const UNICODE_STRING* name, const void* data, std::
     }
     const auto dataLength = static_cast<std::uint16_t>(length);
     if (match != 0) {
-      Slot(gStore.image, match).SetData(data, dataLength);
+      Slot(Image(), match).SetData(data, dataLength);
     } else if (firstEmpty == 0) {
       TraceError(kComponent, "No empty records in store:%x",
                  static_cast<std::uint32_t>(STATUS_INSUFFICIENT_RESOURCES));
       return STATUS_INSUFFICIENT_RESOURCES;
     } else {
-      Slot slot(gStore.image, firstEmpty);
+      Slot slot(Image(), firstEmpty);
       slot.SetName(*name);
       slot.SetData(data, dataLength);
     }
@@ -523,8 +557,8 @@ NTSTATUS DeleteSimpleStoreValue(const UNICODE_STRING* name) {
       return status;
     }
     bool removed = false;
-    for (int i = FindSlot(gStore.image, *name, L::kFirstSlot); i != 0; i = FindSlot(gStore.image, *name, i + 1)) {
-      Slot(gStore.image, i).Clear();
+    for (int i = FindSlot(Image(), *name, L::kFirstSlot); i != 0; i = FindSlot(Image(), *name, i + 1)) {
+      Slot(Image(), i).Clear();
       status = WriteBackImage();
       if (!NT_SUCCESS(status)) {
         return status;

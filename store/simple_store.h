@@ -1,13 +1,24 @@
 // The configuration store: one 8192-byte file of up to 28 named records shared
 // with the sensor daemon. Every operation re-reads the whole image, works in
-// memory and, if it changed anything, writes all 8192 bytes back and fsyncs.
+// memory and, if it changed anything, writes all 8192 bytes back through the
+// journal (journal.h): a power cut or a SIGKILL at any instant leaves the old
+// image or the new one.
 //
 // Locking: a process-wide reader-writer lock (always taken exclusively), then
 // flock on the file: shared for a get, exclusive for a set, a delete and the
 // open. Released in the opposite order. The flock wait is bounded at 10
 // seconds; a lock still held by another process after that, or a refused
 // flock, fails the operation with STATUS_LOCK_NOT_GRANTED and a log line.
-// Nothing is ever read for a change or written without the lock.
+// After every flock the store's path must still name the locked file (same
+// device and inode, still linked); a store renamed over or removed while the
+// tool waited is opened again from its path and locked again, within the same
+// bound, so nothing is ever written to a file the path no longer names. A path
+// that names nothing any more fails a get, set or delete (the open creates the
+// store again). Nothing is ever read for a change or written without the lock.
+//
+// The open and every set and delete, under the exclusive lock, first finish a
+// write-back that another run left cut (FinishInterruptedWriteBack); a get only
+// reads what the file holds.
 //
 // Log lines go through TraceWrite at level 2, component 7.
 //
@@ -19,13 +30,8 @@
 // pwrite), so the descriptor's offset never matters, and every write-back
 // checks the write and the fsync.
 //
-// A write-back blocks SIGTERM, SIGINT, SIGHUP and SIGQUIT in the calling thread
-// from before the write through the fsync, then restores the previous mask, so a
-// termination request never tears the image; it takes effect right after. A
-// write-back whose write or fsync fails (a full disk, a file-size limit) writes
-// back the bytes the file held before over what it changed, then fails: the
-// file holds the old image or the new one, never a mix. The open's creation and
-// repair do the same with what the file held.
+// A write-back that fails puts back what the file held before the change, then
+// fails; the open's creation and repair are write-backs like any other.
 //
 // A name is valid when its length in bytes is even and at most 22 (0 passes, as
 // on disk) and, if not empty, it has a buffer; names compare as raw bytes.

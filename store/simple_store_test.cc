@@ -14,8 +14,11 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/support/trace_capture.h"
+#include "runtime/crc32c.h"
+#include "store/journal_format.h"
+#include "tests/support/files.h"
 #include "tests/support/store_image.h"
+#include "tests/support/trace_capture.h"
 #include "tests/support/wide.h"
 
 namespace {
@@ -92,6 +95,73 @@ TEST_F(SimpleStoreTest, ShortFileWhileOpenIsNeitherUsedNorRepaired) {
   EXPECT_EQ(Get("TRACE"), "status c0000011");
   EXPECT_EQ(Set("TRACE", "warn"), STATUS_END_OF_FILE);
   EXPECT_EQ(ReadBytes(), StoreImage().Add("TRACE", "info").bytes().substr(0, 100));
+}
+
+// A journal record as journal_format.h lays it out: the store held `replaced`
+// (its first 8192 bytes, zero past its `length`) and is to hold `intended`.
+std::string Journal(const std::string& replaced, std::uint64_t length, const std::string& intended) {
+  std::string record = std::string(store_journal::kMagic, 8) + std::string(8, '\0') +
+                       (replaced.substr(0, 8192) + std::string(8192, '\0')).substr(0, 8192) + intended;
+  for (int i = 0; i < 8; ++i) record[8 + i] = static_cast<char>(length >> (8 * i));
+  const std::uint32_t crc = Crc32c({reinterpret_cast<const std::uint8_t*>(record.data()), record.size()});
+  for (int i = 0; i < 4; ++i) record += static_cast<char>(crc >> (8 * i));
+  return record;
+}
+
+TEST_F(SimpleStoreTest, OpenFinishesACutWriteBackOrDiscardsItsJournal) {
+  const std::string_view check = "123456789";  // the checksum's standard check value, as computed at run time
+  ASSERT_EQ(Crc32c({reinterpret_cast<const std::uint8_t*>(check.data()), check.size()}), 0xE3069283u);
+  const StoreImage old = StoreImage().Put(14, "GroupTags", std::string(256, 'o')).Add("APH", "old");
+  const StoreImage updated = StoreImage(old).Put(14, "GroupTags", std::string(256, 'n'));
+  const std::string before = old.bytes(), after = updated.bytes();
+  const std::string cut = after.substr(0, 4096) + before.substr(4096);  // slot 14 spans sectors 7 and 8
+  std::string foreign = cut;
+  foreign[4600] = 'x';  // a sector that is neither image's: the store was written since
+  const std::string journal = Journal(before, 8192, after);
+  std::string damaged = journal;
+  damaged[9000] ^= 1;
+  const std::string longer = before + std::string(808, '-');  // a repair cuts this to 8192 bytes
+  const std::string repaired = StoreImage().bytes();
+  struct Case {
+    const char* what;
+    std::string store, journal, expected;
+  } cases[] = {
+      {"cut at any sector: finished", cut, journal, after},
+      {"not begun: finished", before, journal, after},
+      {"written since: discarded", foreign, journal, foreign},
+      {"journal damaged: discarded", before, damaged, before},
+      {"journal short: discarded", before, journal.substr(0, journal.size() - 1), before},
+      {"journal long: discarded", before, journal + "x", before},
+      {"a longer file cut part way: finished and cut", repaired.substr(0, 512) + longer.substr(512),
+       Journal(longer, longer.size(), repaired), repaired},
+      {"a file lengthened since: discarded, then repaired", before + "y", journal, repaired},
+  };
+  for (const Case& c : cases) {
+    CloseSimpleStore();
+    ASSERT_TRUE(vt_test::WriteFileBytes(path_, c.store) && vt_test::WriteFileBytes(path_ + "-journal", c.journal));
+    EXPECT_EQ(OpenSimpleStoreAt(path_.c_str()), STATUS_SUCCESS) << c.what;
+    EXPECT_EQ(ReadBytes(), c.expected) << c.what;
+    EXPECT_NE(access((path_ + "-journal").c_str(), F_OK), 0) << c.what;
+  }
+
+  // A run that died meanwhile left a journal: the next change finishes it first.
+  ASSERT_TRUE(vt_test::WriteFileBytes(path_, cut) && vt_test::WriteFileBytes(path_ + "-journal", journal));
+  ASSERT_EQ(Set("TRACE", "info"), STATUS_SUCCESS);
+  EXPECT_EQ(ReadBytes(), StoreImage(updated).Add("TRACE", "info").bytes());
+}
+
+TEST_F(SimpleStoreTest, AChangeGoesToTheFileThePathNames) {
+  Seed(StoreImage().Add("APH", "a").bytes());
+  const std::string moved = dir_ / "moved", other = dir_ / "other";
+  ASSERT_EQ(link(path_.c_str(), moved.c_str()), 0);  // the open file, kept by another name
+  ASSERT_TRUE(vt_test::WriteFileBytes(other, StoreImage().Add("APH", "b").bytes()));
+  ASSERT_EQ(rename(other.c_str(), path_.c_str()), 0);
+  ASSERT_EQ(Set("TRACE", "info"), STATUS_SUCCESS);
+  EXPECT_EQ(ReadBytes(), StoreImage().Add("APH", "b").Add("TRACE", "info").bytes());
+  EXPECT_EQ(vt_test::ReadWholeFile(moved), StoreImage().Add("APH", "a").bytes());
+  ASSERT_EQ(unlink(path_.c_str()), 0);  // gone: nothing is written, nor made anew
+  EXPECT_EQ(Set("TRACE", "warn"), STATUS_OBJECT_NAME_NOT_FOUND);
+  EXPECT_EQ(ReadBytes(), "<missing>");
 }
 
 TEST(BuildVendorPath, JoinsPartsAndRefusesOverflow) {
