@@ -13,17 +13,18 @@
 
 namespace {
 
-// Sends SIGHUP to `pid` only while the PID file's owner still holds its lock.
-// The process is pinned by a pidfd opened before the lock test, so a PID that
-// is reused in between names a different process than the descriptor and gets
-// nothing. Plain kill() serves only kernels without pidfds. Returns 0 or the
-// errno to report.
-int SignalLockedOwner(const UniqueFile& pidFile, std::int32_t pid) {
+// Sends SIGHUP to `pid` only when that very process holds the PID file's
+// exclusive lock (PidFileLockHolderError). The process is pinned by a pidfd
+// opened before the proof, and the signal goes through it: a process that
+// exits meanwhile, and so could have handed its PID to another whose
+// descriptors the proof then read, gets nothing and nobody else does. Plain
+// kill() serves only kernels without pidfds. Returns 0 or the errno to report.
+int SignalProvenSensor(const UniqueFile& pidFile, std::int32_t pid) {
   const UniqueFile pidfd(static_cast<FileHandle>(syscall(SYS_pidfd_open, pid, 0)));
   if (!pidfd && errno != ENOSYS) {
     return errno;
   }
-  const int error = PidFileOwnerLockError(pidFile.get());
+  const int error = PidFileLockHolderError(pidFile.get(), pid);
   if (error != 0) {
     return error;
   }
@@ -40,7 +41,7 @@ void SignalSensorReload() {
     PrintDiagnostic("Failed to get vantor PID from PID file %s: %s\n", kPidFilePath, std::strerror(-pid));
     return;
   }
-  const int error = SignalLockedOwner(pidFile, pid);
+  const int error = SignalProvenSensor(pidFile, pid);
   if (error != 0) {
     PrintDiagnostic("Failed to send SIGHUP to vantor process (PID %d): %s\n", pid, std::strerror(error));
   }

@@ -1,5 +1,6 @@
 #include "runtime/pidfile.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +10,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <memory>
+#include <string_view>
 #include <utility>
 
 #include "runtime/fd.h"
@@ -123,19 +127,115 @@ std::int32_t ReadPidFile() {
   return ReadPidFileKeepOpen(&file);
 }
 
-int PidFileOwnerLockError(int file) {
-  if (flock(file, LOCK_SH | LOCK_NB) == 0) {
-    // Nobody holds the owner's lock: the daemon that wrote the file is gone.
-    (void)flock(file, LOCK_UN);  // closing the descriptor drops it anyway
-    TraceError(TRACE_COMPONENT_PIDFILE, "PID file is stale: its lock is not held");
-    return ESRCH;
+namespace {
+
+// Whether the fdinfo text of one descriptor shows an exclusive flock held
+// through it on inode `inode`: a line "lock:\t<n>: FLOCK  ADVISORY  WRITE <pid>
+// <major>:<minor>:<inode> <start> <end>". Lines of other kinds of lock, shared
+// flocks and waiters ("->") do not count.
+bool ShowsExclusiveFlock(std::string_view fdinfo, ino_t inode) {
+  char suffix[24];
+  const int n = std::snprintf(suffix, sizeof suffix, ":%lu", static_cast<unsigned long>(inode));
+  const std::string_view inodeSuffix(suffix, static_cast<std::size_t>(n));
+  while (!fdinfo.empty()) {
+    const std::size_t end = std::min(fdinfo.find('\n'), fdinfo.size());
+    std::string_view line = fdinfo.substr(0, end);
+    fdinfo.remove_prefix(std::min(end + 1, fdinfo.size()));
+    std::string_view words[7];
+    std::size_t count = 0;
+    while (count < std::size(words)) {
+      const std::size_t start = line.find_first_not_of(" \t");
+      if (start == std::string_view::npos) {
+        break;
+      }
+      line.remove_prefix(start);
+      const std::size_t stop = std::min(line.find_first_of(" \t"), line.size());
+      words[count++] = line.substr(0, stop);
+      line.remove_prefix(stop);
+    }
+    if (count == std::size(words) && words[0] == "lock:" && words[2] == "FLOCK" && words[4] == "WRITE" &&
+        words[6].size() > inodeSuffix.size() && words[6].ends_with(inodeSuffix)) {
+      return true;
+    }
   }
-  const int err = errno;
-  if (err == EWOULDBLOCK) {
-    return 0;
+  return false;
+}
+
+// Reads /proc/<pid>/fdinfo/<fd> whole into `text` (the lock lines come last,
+// after a few short fields; what does not fit is left out). 0 or an errno.
+int ReadFdInfo(std::int32_t pid, const char* fd, char* text, std::size_t size, std::size_t* length) {
+  char path[48 + sizeof(dirent::d_name)];
+  std::snprintf(path, sizeof path, "/proc/%d/fdinfo/%s", static_cast<int>(pid), fd);
+  const UniqueFile file(open(path, O_RDONLY | O_CLOEXEC));
+  *length = 0;
+  if (!file) {
+    return errno;
   }
-  TraceError(TRACE_COMPONENT_PIDFILE, "Cannot test the PID file lock: %!ERRNO!", err);
-  return err;
+  while (*length < size) {
+    const ssize_t n = read(file.get(), text + *length, size - *length);
+    if (n == 0) {
+      break;
+    }
+    if (n < 0) {
+      return errno;
+    }
+    *length += static_cast<std::size_t>(n);
+  }
+  return 0;
+}
+
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { (void)closedir(directory); }
+};
+
+}  // namespace
+
+int PidFileLockHolderError(int file, std::int32_t pid) {
+  struct stat pidFile {};
+  if (fstat(file, &pidFile) != 0) {
+    const int err = errno;
+    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot stat the PID file: %!ERRNO!", err);
+    return err;
+  }
+  char path[48];
+  std::snprintf(path, sizeof path, "/proc/%d/fd", static_cast<int>(pid));
+  const std::unique_ptr<DIR, DirectoryCloser> descriptors(opendir(path));
+  if (!descriptors) {
+    const int err = errno;
+    if (err == ENOENT) {
+      TraceError(TRACE_COMPONENT_PIDFILE, "PID file names process %d, which does not exist", pid);
+      return ESRCH;
+    }
+    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot list the descriptors of process %d: %!ERRNO!", pid, err);
+    return err;
+  }
+  bool opened = false;  // the process has the PID file open, locked or not
+  errno = 0;
+  while (const dirent* entry = readdir(descriptors.get())) {
+    struct stat target {};
+    if (entry->d_name[0] == '.' || fstatat(dirfd(descriptors.get()), entry->d_name, &target, 0) != 0 ||
+        target.st_dev != pidFile.st_dev || target.st_ino != pidFile.st_ino) {
+      continue;  // another file, or a descriptor closed meanwhile
+    }
+    opened = true;
+    char text[4096];
+    std::size_t length = 0;
+    const int err = ReadFdInfo(pid, entry->d_name, text, sizeof text, &length);
+    if (err == 0 && ShowsExclusiveFlock(std::string_view(text, length), pidFile.st_ino)) {
+      return 0;
+    }
+    errno = 0;
+  }
+  if (errno != 0) {
+    const int err = errno;
+    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot list the descriptors of process %d: %!ERRNO!", pid, err);
+    return err;
+  }
+  TraceError(TRACE_COMPONENT_PIDFILE,
+             opened ? "Process %d has the PID file open but does not hold its lock: not the sensor"
+                    : "Process %d does not hold the PID file's lock: not the sensor, or the file is stale",
+             pid);
+  return ESRCH;
 }
 
 NTSTATUS CreatePidFile() {

@@ -24,13 +24,18 @@ inline constexpr std::size_t kPidTextSize = 14;
 // refused). Takes no lock and never modifies the file.
 [[nodiscard]] std::int32_t ReadPidFile();
 // ReadPidFile that, on success, leaves the PID file open in *file so that its
-// owner's lock can be tested; *file is empty on failure.
+// owner's lock can be looked at; *file is empty on failure.
 [[nodiscard]] std::int32_t ReadPidFileKeepOpen(UniqueFile* file);
-// Tests the owner's lock on an open PID file with a non-blocking shared flock:
-// 0 when it is held (refused with EWOULDBLOCK: the daemon is alive), ESRCH when
-// it could be taken (a stale file; the probe lock is dropped again), or the
-// errno of a probe that failed otherwise. Logs every non-zero result.
-[[nodiscard]] int PidFileOwnerLockError(int file);
+// Whether process `pid` itself holds the exclusive flock on the open PID file
+// `file`: one of its descriptors is an open file of the PID file's inode whose
+// /proc/<pid>/fdinfo entry shows an exclusive flock ("FLOCK ... WRITE") held
+// through that very open file. So neither another process holding the lock (a
+// forked helper of a dead daemon, a stray flock) nor a process that merely has
+// the file open proves anything. 0 when proven; ESRCH when not, with a log line
+// saying why; the errno of a failed look at the PID file or at /proc otherwise.
+// Only a process that cannot exit meanwhile (one pinned by a pidfd, for a signal
+// sent through it) makes the answer hold past the call.
+[[nodiscard]] int PidFileLockHolderError(int file, std::int32_t pid);
 
 // Creates the file exclusively (STATUS_ALREADY_EXISTS_PIDFILE when it exists),
 // locks it (STATUS_LOCK_NOT_GRANTED, file left on disk) and writes getpid(). On
