@@ -441,7 +441,9 @@ RundownGuard* RegistryRundownGuard() { return &gGuard; }
 }
 
 // Locks the registry's directory for the cycle of this open (see the top of
-// the file). The directory is opened without following a final link.
+// the file). A directory that is a link to another (vendor data moved to a
+// larger volume) is followed, as every path through it is; the files inside
+// are still opened without following a final link.
 [[nodiscard]] NTSTATUS LockRegistryDirectory() {
   Utf8String path;
   NTSTATUS status = path.Convert(&gRegistryPath);
@@ -462,7 +464,7 @@ RundownGuard* RegistryRundownGuard() { return &gGuard; }
     directory[slash == 0 ? 1 : slash] = '\0';
   }
   UniqueFile lock;
-  status = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY | OPEN_NO_FOLLOW, lock.out());
+  status = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY, lock.out());
   if (NT_SUCCESS(status)) {
     status = LockFileBounded(lock.get(), LOCK_EX, "registry");
   }
