@@ -2,17 +2,19 @@
 # up. Only the sensor gets a signal, nothing is written through a link or into a special file, a
 # full disk never costs the registry, and the exit status says when an output was lost.
 
-# The reload signal goes only to a daemon holding its PID file's lock, and only to a PID in range.
-# A stray process (PID 5000) lives beside it each time and must never be hit; rewriting the PID
-# file in place keeps the daemon's lock.
+# The reload signal goes only to the process that itself holds its PID file's exclusive lock,
+# and only to a PID in range. A stray process (PID 5000) lives beside it each time and must never
+# be hit; rewriting the PID file in place keeps the daemon's lock.
 
-== the PID file names process 1, which ignores SIGHUP from inside its namespace
+== the PID file names process 1, which does not hold the lock the daemon holds
 store empty
 daemon
 sh echo 4999 >/proc/sys/kernel/ns_last_pid; sleep 300 &
 sh echo 1 >/var/run/vantor-sensor.pid
 $ timeout 5 vantorctl -s --trace=info --update
 |
+! Failed to send SIGHUP to vantor process (PID 1): No such process
+log <time> Process 1 does not hold the PID file's lock: not the sensor, or the file is stale\t(<tid>) [0] (esc)
 store TRACE "info"
 hangups 0
 $ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
@@ -118,10 +120,39 @@ sh echo 5000 >/var/run/vantor-sensor.pid
 $ timeout 5 vantorctl -s --trace=info --update
 |
 ! Failed to send SIGHUP to vantor process (PID 5000): No such process
-log <time> PID file is stale: its lock is not held\t(<tid>) [0] (esc)
+log <time> Process 5000 does not hold the PID file's lock: not the sensor, or the file is stale\t(<tid>) [0] (esc)
 store TRACE "info"
 $ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
 | S
+
+== the PID file names a process that has the file open, while another process holds its lock
+store empty
+file /var/run/vantor-sensor.pid 0600 "5000\n"
+sh echo 4999 >/proc/sys/kernel/ns_last_pid; sleep 300 3</var/run/vantor-sensor.pid &
+sh flock -x /var/run/vantor-sensor.pid sleep 300 & sleep 0.2
+$ timeout 5 vantorctl -s --trace=info --update
+|
+! Failed to send SIGHUP to vantor process (PID 5000): No such process
+log <time> Process 5000 has the PID file open but does not hold its lock: not the sensor\t(<tid>) [0] (esc)
+store TRACE "info"
+$ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
+| S
+
+== a dead daemon's forked helper still holds the lock, and the daemon's PID went to a stray
+# The "daemon" (PID 6000) takes the lock and forks a helper that shares it, then dies; a stray
+# process is given its PID.
+store empty
+sh echo 5999 >/proc/sys/kernel/ns_last_pid; flock -x /var/run/vantor-sensor.pid sleep 300 & sleep 0.2
+sh echo 6000 >/var/run/vantor-sensor.pid; kill -KILL 6000; sleep 0.1
+sh echo 5999 >/proc/sys/kernel/ns_last_pid; sleep 300 &
+$ timeout 5 vantorctl -s --trace=info --update
+|
+! Failed to send SIGHUP to vantor process (PID 6000): No such process
+log <time> Process 6000 does not hold the PID file's lock: not the sensor, or the file is stale\t(<tid>) [0] (esc)
+store TRACE "info"
+$ sleep 0.1; cut -d' ' -f3 /proc/6000/stat; flock -n /var/run/vantor-sensor.pid true || echo "the helper still holds the lock"
+| S
+| the helper still holds the lock
 
 == a PID file that is a FIFO is refused at once, without blocking
 store empty
@@ -290,6 +321,63 @@ log <time> Couldn't open file /opt/Marrowlight/Registry.bin.tmp: ERRNO=17 (File 
 log <time> Could not remove stale /opt/Marrowlight/Registry.bin.tmp: ERRNO=21 (Is a directory)\t(<tid>) [0] (esc)
 log <time> Couldn't open file /opt/Marrowlight/Registry.bin.tmp: ERRNO=17 (File exists)\t(<tid>) [0] (esc)
 log <time> Failed flush store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+
+# The store's journal exists only during a write-back. Anything planted at its path is neither
+# read nor written: a get goes on, a change fails before the store is touched.
+== a link at the store's journal
+store APH "old.example"
+file /run/target "precious\n"
+link /opt/Marrowlight/vantorstore-journal -> /run/target
+$ vantorctl -s --aph=new.example
+|
+! Could not write application proxy host "new.example" to config
+! ERROR: failed to process the option --aph
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+log <time> Couldn't open file /opt/Marrowlight/vantorstore-journal: ERRNO=17 (File exists)\t(<tid>) [0] (esc)
+log <time> Failed to create the store journal /opt/Marrowlight/vantorstore-journal: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ vantorctl -g --aph
+| aph=old.example.
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+
+== a FIFO at the store's journal
+store APH "old.example"
+fifo /opt/Marrowlight/vantorstore-journal
+$ timeout 5 vantorctl -s --aph=new.example
+|
+! Could not write application proxy host "new.example" to config
+! ERROR: failed to process the option --aph
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+log <time> Couldn't open file /opt/Marrowlight/vantorstore-journal: ERRNO=17 (File exists)\t(<tid>) [0] (esc)
+log <time> Failed to create the store journal /opt/Marrowlight/vantorstore-journal: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ timeout 5 vantorctl -g --aph
+| aph=old.example.
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+
+== a directory at the store's journal
+store APH "old.example"
+dir /opt/Marrowlight/vantorstore-journal
+$ vantorctl -s --aph=new.example
+|
+! Could not write application proxy host "new.example" to config
+! ERROR: failed to process the option --aph
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
+log <time> Couldn't open file /opt/Marrowlight/vantorstore-journal: ERRNO=17 (File exists)\t(<tid>) [0] (esc)
+log <time> Failed to create the store journal /opt/Marrowlight/vantorstore-journal: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ vantorctl -g --aph
+| aph=old.example.
+log <time> Ignoring /opt/Marrowlight/vantorstore-journal: a link or not a regular file, so not the store's journal\t(<tid>) [0] (esc)
 
 == a link at the log, which is refused while the run goes on
 file /run/target "precious\n"
