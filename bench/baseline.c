@@ -7,6 +7,11 @@
  *                  same way, fstat it, lock it, read 8192 bytes, print one line
  *   baseline set   the same with an exclusive lock, then write the 8192 bytes
  *                  back and fsync
+ *   baseline journal-set
+ *                  the set as a journalled write-back must at least make it:
+ *                  a new journal file holding the old and the new image,
+ *                  written and fsynced, its directory fsynced, then the store
+ *                  written in place and fsynced, then the journal removed
  *
  * bench/run builds it twice, linked dynamically and statically. Paths are the
  * tool's own; run it only inside the benchmark's namespaces. */
@@ -19,6 +24,8 @@
 
 #define STORE_SIZE 8192
 #define OPEN_FLAGS (O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)
+#define VENDOR "/opt/Marrowlight"
+#define JOURNAL VENDOR "/vantorstore-journal"
 
 static int same_namespaces(void) {
   static const char* const kinds[] = {"mnt", "uts", "cgroup"};
@@ -41,15 +48,27 @@ static int open_regular(const char* path, int flags) {
   return fd;
 }
 
+/* The journal: the old and the new image, and a few bytes of header. */
+static int write_journal(const unsigned char* image) {
+  static unsigned char record[16 + 2 * STORE_SIZE + 4];
+  memcpy(record + 16, image, STORE_SIZE);
+  memcpy(record + 16 + STORE_SIZE, image, STORE_SIZE);
+  const int journal = open(JOURNAL, O_WRONLY | O_CREAT | O_EXCL | OPEN_FLAGS, 0660);
+  const int dir = open(VENDOR, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  return journal >= 0 && pwrite(journal, record, sizeof record, 0) == (ssize_t)sizeof record &&
+         fsync(journal) == 0 && close(journal) == 0 && dir >= 0 && fsync(dir) == 0 && close(dir) == 0;
+}
+
 int main(int argc, char** argv) {
-  const int set = argc > 1 && strcmp(argv[1], "set") == 0;
+  const int journalled = argc > 1 && strcmp(argv[1], "journal-set") == 0;
+  const int set = journalled || (argc > 1 && strcmp(argv[1], "set") == 0);
   static unsigned char image[STORE_SIZE];
   if (same_namespaces() != 1) {
     fputs("baseline: not in process 1's namespaces\n", stderr);
     return 1;
   }
   const int log = open_regular("/var/log/vantorctl.log", O_WRONLY | O_APPEND | O_CREAT);
-  const int fd = open_regular("/opt/Marrowlight/vantorstore", O_RDWR);
+  const int fd = open_regular(VENDOR "/vantorstore", O_RDWR);
   if (log < 0 || fd < 0 || flock(fd, (set ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0) {
     perror("baseline");
     return 1;
@@ -58,7 +77,9 @@ int main(int argc, char** argv) {
     perror("baseline: read");
     return 1;
   }
-  if (set && (pwrite(fd, image, STORE_SIZE, 0) != STORE_SIZE || fsync(fd) != 0)) {
+  if ((journalled && !write_journal(image)) ||
+      (set && (pwrite(fd, image, STORE_SIZE, 0) != STORE_SIZE || fsync(fd) != 0)) ||
+      (journalled && unlink(JOURNAL) != 0)) {
     perror("baseline: write");
     return 1;
   }

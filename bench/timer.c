@@ -3,8 +3,10 @@
  * Runs the commands round-robin (so drift and cache state hit all of them
  * alike), each RUNS times after WARMUP untimed rounds, with stdout and stderr
  * sent to /dev/null. Wall time per run is taken from fork to reap with the
- * monotonic clock. Prints one line per command: its median in microseconds.
- * Exits 1 if any run fails. */
+ * monotonic clock. Prints one line per command: its median in microseconds,
+ * then the paired ratio of the first command to it (the median, over the
+ * rounds, of the first command's time divided by its time in the same round,
+ * which cancels what drifts from round to round). Exits 1 if any run fails. */
 #include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -44,6 +46,12 @@ static int by_value(const void* a, const void* b) {
   return (x > y) - (x < y);
 }
 
+/* Sorts the values in place. */
+static double median(double* values, int n) {
+  qsort(values, (size_t)n, sizeof(double), by_value);
+  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
 int main(int argc, char** argv) {
   if (argc < 4) {
     fprintf(stderr, "usage: timer RUNS WARMUP CMD [ARGS...] [-- CMD [ARGS...]]...\n");
@@ -67,11 +75,14 @@ int main(int argc, char** argv) {
       if (round >= 0) times[c * runs + round] = t;
     }
   }
+  double* ratios = calloc((size_t)runs, sizeof(double));
+  if (ratios == NULL) return 2;
   for (int c = 0; c < count; ++c) {
     double* mine = &times[c * runs];
-    qsort(mine, (size_t)runs, sizeof(double), by_value);
-    printf("%.1f\n", runs % 2 ? mine[runs / 2] : (mine[runs / 2 - 1] + mine[runs / 2]) / 2);
+    for (int round = 0; round < runs; ++round) ratios[round] = times[round] / mine[round];
+    printf("%.1f %.3f\n", median(mine, runs), median(ratios, runs));
   }
+  free(ratios);
   free(times);
   return 0;
 }
