@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <type_traits>
 
 namespace crc32c_detail {
 
@@ -42,9 +43,12 @@ std::uint32_t UpdateAtRunTime(std::uint32_t crc, std::span<const std::uint8_t> b
 }  // namespace crc32c_detail
 
 [[nodiscard]] constexpr std::uint32_t Crc32c(std::span<const std::uint8_t> bytes) {
-  const std::uint32_t crc = std::is_constant_evaluated() ? crc32c_detail::Update(0xFFFFFFFFu, bytes)
-                                                         : crc32c_detail::UpdateAtRunTime(0xFFFFFFFFu, bytes);
-  return crc ^ 0xFFFFFFFFu;
+  // A statement, not a const initializer: the initializer of a const integer
+  // is itself tried as a constant expression, where the test is always true.
+  if (std::is_constant_evaluated()) {
+    return crc32c_detail::Update(0xFFFFFFFFu, bytes) ^ 0xFFFFFFFFu;
+  }
+  return crc32c_detail::UpdateAtRunTime(0xFFFFFFFFu, bytes) ^ 0xFFFFFFFFu;
 }
 
 // The standard check value of the algorithm (RFC 3720, appendix B.4).

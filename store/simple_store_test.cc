@@ -102,7 +102,7 @@ TEST_F(SimpleStoreTest, ShortFileWhileOpenIsNeitherUsedNorRepaired) {
 std::string Journal(const std::string& replaced, std::uint64_t length, const std::string& intended) {
   std::string record = std::string(store_journal::kMagic, 8) + std::string(8, '\0') +
                        (replaced.substr(0, 8192) + std::string(8192, '\0')).substr(0, 8192) + intended;
-  for (int i = 0; i < 8; ++i) record[8 + i] = static_cast<char>(length >> (8 * i));
+  for (std::size_t i = 0; i < 8; ++i) record[8 + i] = static_cast<char>(length >> (8 * i));
   const std::uint32_t crc = Crc32c({reinterpret_cast<const std::uint8_t*>(record.data()), record.size()});
   for (int i = 0; i < 4; ++i) record += static_cast<char>(crc >> (8 * i));
   return record;
