@@ -9,13 +9,18 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <span>
+#include <utility>
 
 #include "cli/option_table.h"
 #include "cli/usage.h"
+#include "cli/value_file.h"
 #include "options/option_context.h"
 #include "options/value_print.h"
 #include "options/reload.h"
+#include "runtime/file.h"
 #include "runtime/namespace.h"
+#include "runtime/pool.h"
 #include "runtime/trace.h"
 #include "store/simple_store.h"
 
@@ -38,6 +43,112 @@ struct ParseState {
 };
 
 enum class ParseResult { kDone, kUsage, kFailed };
+
+// Credential values a set-mode command line gives as "@PATH", read before the
+// start-up (cli/value_file.h): given[row] is the "@PATH" argument whose file
+// was read (the parser's pointer into argv, so that the parse can tell it),
+// text[row] what the file held. Wiped before it is freed.
+struct CredentialValues {
+  const char* given[kOptionCount] = {};
+  PoolBuffer text[kOptionCount];
+
+  CredentialValues() = default;
+  CredentialValues(const CredentialValues&) = delete;
+  CredentialValues& operator=(const CredentialValues&) = delete;
+  ~CredentialValues() {
+    for (const PoolBuffer& t : text) {
+      if (t) {
+        explicit_bzero(t.get(), kValueFileBuffer);
+      }
+    }
+  }
+};
+
+// The parser's copy of the table's long-option records, plus the all-zero
+// terminator.
+void FillLongOptions(option (&longOptions)[kOptionCount + 1]) {
+  for (std::size_t i = 0; i < kOptionCount; ++i) {
+    longOptions[i] = OptionTable()[i].longOption;
+  }
+  longOptions[kOptionCount] = option{};
+}
+
+// Scans the arguments as Parse will, silently and on a copy (the parser
+// reorders what it scans), and reads the files of credential rows given
+// "@PATH", but only where the command line would reach the handlers in set
+// mode: no unknown option, no -h, no row twice, no word left over, set mode
+// alone. At most one of them may read standard input. Every wait together is
+// bounded like the store's lock. Returns false after printing the one line of
+// the failure; nothing has been opened or stored then.
+bool ReadCredentialFiles(int argc, char** argv, CredentialValues* values) {
+  PoolBuffer copy((static_cast<std::size_t>(argc) + 1) * sizeof(char*), TAG_TOOL);
+  if (!copy) {
+    return true;  // nothing read: a handler then refuses the "@PATH" text itself
+  }
+  char** args = copy.as<char*>();
+  std::memcpy(args, argv, (static_cast<std::size_t>(argc) + 1) * sizeof(char*));
+  option longOptions[kOptionCount + 1];
+  FillLongOptions(longOptions);
+  const char* given[kOptionCount] = {};
+  std::uint8_t modeSet = 0;
+  bool reachesHandlers = true;
+  const int reporting = opterr;
+  opterr = 0;
+  optind = 0;
+  for (int c; (c = getopt_long(argc, args, kShortOptions, longOptions, nullptr)) != -1;) {
+    const auto row = static_cast<std::size_t>(c);
+    if (c == 's' || c == 'g' || c == 'd') {
+      modeSet = static_cast<std::uint8_t>(modeSet | (c == 's' ? kModeSet : c == 'g' ? kModeGet : kModeDelete));
+    } else if (c >= 0 && row < kOptionCount && c != static_cast<int>(OptionId::kHelp) && given[row] == nullptr) {
+      given[row] = optarg != nullptr ? optarg : "";
+    } else if (c != 'f' && c != 'v') {
+      reachesHandlers = false;  // an error, -h or --help, or a row given twice
+    }
+  }
+  reachesHandlers = reachesHandlers && optind == argc && modeSet == kModeSet;
+  opterr = reporting;
+  optind = 0;
+  if (!reachesHandlers) {
+    return true;
+  }
+  const char* standardInput = nullptr;  // the option that reads it
+  for (const OptionEntry& row : OptionTable()) {
+    const char* value = given[IndexOf(row.id)];
+    if (!row.credential || value == nullptr || value[0] != '@' || !IsStandardInputPath(value + 1)) {
+      continue;
+    }
+    if (standardInput != nullptr) {
+      PrintDiagnostic("ERROR: --%s and --%s cannot both read standard input\n", standardInput, row.longOption.name);
+      return false;
+    }
+    standardInput = row.longOption.name;
+  }
+  const std::int64_t deadline = FileLockDeadline();
+  for (const OptionEntry& row : OptionTable()) {
+    const std::size_t i = IndexOf(row.id);
+    if (!row.credential || given[i] == nullptr || given[i][0] != '@') {
+      continue;
+    }
+    PoolBuffer text(kValueFileBuffer, TAG_TOOL);
+    std::size_t length = 0;
+    const int error = text ? ReadValueFile(given[i] + 1, deadline, std::span<char, kValueFileBuffer>(
+                                                                       text.as<char>(), kValueFileBuffer),
+                                           &length)
+                           : ENOMEM;
+    if (error != 0) {
+      if (text) {
+        explicit_bzero(text.get(), kValueFileBuffer);
+      }
+      PrintDiagnostic("ERROR: cannot read --%s from %s: %s\n", row.longOption.name, given[i] + 1,
+                      std::strerror(error));
+      return false;
+    }
+    text.as<char>()[length] = '\0';
+    values->given[i] = given[i];
+    values->text[i] = std::move(text);
+  }
+  return true;
+}
 
 // Set when the tool was started with standard output closed.
 bool gStandardOutputWasClosed = false;
@@ -102,12 +213,8 @@ void SelectMode(ParseState* state, std::uint8_t* flag, std::uint8_t mode, char l
 // Runs getopt_long to the end, marking the table rows given. The parser itself
 // reports unknown options and forbidden arguments (opterr stays on).
 ParseResult Parse(int argc, char** argv, ParseState* state) {
-  // The parser's own copy of the table's long-option records, plus the
-  // all-zero terminator.
-  option longOptions[kOptionCount + 1] = {};
-  for (std::size_t i = 0; i < kOptionCount; ++i) {
-    longOptions[i] = OptionTable()[i].longOption;
-  }
+  option longOptions[kOptionCount + 1];
+  FillLongOptions(longOptions);
 
   for (;;) {
     const int c = getopt_long(argc, argv, kShortOptions, longOptions, nullptr);
@@ -196,23 +303,10 @@ bool Dispatch(ParseState* state) {
   return true;
 }
 
-}  // namespace
 
-int RunDriver(int argc, char** argv) {
-  // A reader that went away or a file-size limit makes a write fail with EPIPE
-  // or EFBIG, which the tool reports through its exit status, instead of ending
-  // the process part way (a store write-back included). signal() cannot fail
-  // for these two.
-  (void)signal(SIGPIPE, SIG_IGN);
-  (void)signal(SIGXFSZ, SIG_IGN);
-  ReserveStandardDescriptors();
-  if (!StartUp()) {
-    return kExitFailure;
-  }
-  return RunCommandLine(argc, argv);
-}
-
-int RunCommandLine(int argc, char** argv) {
+// Parse, mode checks and dispatch, with the credential values read before the
+// start-up (none for RunCommandLine).
+int RunParsed(int argc, char** argv, const CredentialValues* credentials) {
   optind = 0;  // 0, not 1: glibc's parser then forgets every earlier scan
   ParseState state;
   switch (Parse(argc, argv, &state)) {
@@ -227,6 +321,11 @@ int RunCommandLine(int argc, char** argv) {
   if (!CheckModes(argc, argv, state)) {
     return Fail();
   }
+  for (std::size_t i = 0; credentials != nullptr && i < kOptionCount; ++i) {
+    if (state.values[i] != nullptr && state.values[i] == credentials->given[i]) {
+      state.values[i] = credentials->text[i].as<char>();
+    }
+  }
   if (state.Given(OptionId::kUpdate)) {
     state.context.reload = SignalSensorReload;
   }
@@ -235,6 +334,25 @@ int RunCommandLine(int argc, char** argv) {
   }
   return kExitSuccess;
 }
+
+}  // namespace
+
+int RunDriver(int argc, char** argv) {
+  // A reader that went away or a file-size limit makes a write fail with EPIPE
+  // or EFBIG, which the tool reports through its exit status, instead of ending
+  // the process part way (a store write-back included). signal() cannot fail
+  // for these two.
+  (void)signal(SIGPIPE, SIG_IGN);
+  (void)signal(SIGXFSZ, SIG_IGN);
+  ReserveStandardDescriptors();
+  CredentialValues credentials;
+  if (!ReadCredentialFiles(argc, argv, &credentials) || !StartUp()) {
+    return kExitFailure;
+  }
+  return RunParsed(argc, argv, &credentials);
+}
+
+int RunCommandLine(int argc, char** argv) { return RunParsed(argc, argv, nullptr); }
 
 int FinishRun(int status) {
   CloseSimpleStore();

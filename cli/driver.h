@@ -1,8 +1,10 @@
 // The command-line driver: the whole life of one vantorctl process.
 #pragma once
 
-// Start-up (namespace switch, trace log, configuration store), parse against
-// the option table, mode checks, dispatch in table order. Returns the exit
+// The files of credential values given "@PATH" read (cli/value_file.h; a
+// failure ends the run before anything else), start-up (namespace switch,
+// trace log, configuration store), parse against the option table, mode
+// checks, dispatch in table order. Returns the exit
 // status: 0 on success and after the usage text, 1 on every error. It does NOT
 // close the store or write the final newline: FinishRun does that.
 [[nodiscard]] int RunDriver(int argc, char** argv);

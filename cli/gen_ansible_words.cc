@@ -199,6 +199,11 @@ int main(int argc, char** argv) {
   for (const Setting& setting : Settings()) {
     if (setting.numeric) std::printf("\"%s\", ", OptionRow(setting.id).longOption.name);
   }
+  std::printf(")\n\n# Credentials: a set passes them as \"@/dev/stdin\" with the value on standard\n"
+      "# input, never on a command line.\nCREDENTIALS = (");
+  for (const OptionEntry& entry : OptionTable()) {
+    if (entry.credential) std::printf("\"%s\", ", entry.longOption.name);
+  }
   std::printf(")\n");
   // A failed write shows in the stream's error flag.
   return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;

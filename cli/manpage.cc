@@ -5,7 +5,9 @@
 
 #include "cli/option_table.h"
 #include "cli/usage.h"
+#include "cli/value_file.h"
 #include "options/settings.h"
+#include "runtime/file.h"
 #include "runtime/pidfile.h"
 #include "runtime/trace.h"
 
@@ -80,6 +82,11 @@ void PutOption(FILE* stream, const OptionEntry& row) {
     PutText(stream, row.valueSyntax, true);
     std::fputs("\n", stream);
   }
+  if (row.credential) {
+    std::fputs(".br\nWith \\fB\\-s\\fR, \\fB@\\fR\\fIpath\\fR takes the value from a file (see \\fBVALUES FROM "
+               "FILES\\fR).\n",
+               stream);
+  }
   const Setting* setting = FindSetting(row.id);
   if (setting == nullptr) {
     return;
@@ -144,6 +151,23 @@ void PrintManPage(FILE* stream, const char* version) {
   for (const OptionEntry& row : OptionTable()) {
     if (Visible(row)) PutOption(stream, row);
   }
+  std::fprintf(
+      stream,
+      ".SH VALUES FROM FILES\n"
+      "A credential given as \\fB@\\fR\\fIpath\\fR in set mode is read from the file \\fIpath\\fR, so that\n"
+      "it appears in no process listing and no container's record: the file's contents, with one\n"
+      "trailing newline dropped, at most %zu bytes, checked and stored exactly as the same text on\n"
+      "the command line would be.\n"
+      "\\fB@/dev/stdin\\fR reads standard input (from a terminal, one line); only one option of a\n"
+      "run may read it.\n"
+      "Files are read at the very start of the run, before it moves into the host's namespaces, so\n"
+      "a file mounted into a container is the one read; what they hold is never logged.\n"
+      ".PP\n"
+      "A file that cannot be read (missing, a directory, too long, a read error) ends the run with\n"
+      "status 1 and one line naming the option, the path and the reason, before anything is\n"
+      "stored. All reading together waits at most %d seconds, the bound of the store's lock, so a\n"
+      "FIFO nobody writes to or standard input that never ends fails with \"Timer expired\".\n",
+      kValueFileBytes, kFileLockWaitSeconds);
   std::fputs(
       ".SH EXIT STATUS\n"
       ".TP\n.B 0\n"
@@ -179,7 +203,8 @@ void PrintManPage(FILE* stream, const char* version) {
       ".SH EXAMPLES\n"
       ".nf\n"
       "vantorctl \\-g \\-\\-cid \\-\\-tags\n"
-      "vantorctl \\-s \\-v \\-\\-cid=00112233445566778899AABBCCDDEEFF08\n"
+      "vantorctl \\-s \\-v \\-\\-cid=00112233445566778899AABBCCDDEEFF08\n"      "vantorctl \\-s \\-\\-provisioning\\-token=@/run/secrets/vantor/token\n"
+      "printf %s \"$CID\" | vantorctl \\-s \\-\\-cid=@/dev/stdin\n"
       "vantorctl \\-s \\-\\-trace=info \\-\\-update\n"
       "vantorctl \\-d \\-f \\-\\-tags\n"
       ".fi\n"

@@ -14,12 +14,19 @@ constexpr std::uint8_t kSetGet = kModeSet | kModeGet;
 
 constexpr OptionEntry Row(OptionId id, const char* name, int hasArg, std::uint8_t modes, const char* help,
                           const char* syntax, OptionHandler handler) {
-  return OptionEntry{id, option{name, hasArg, nullptr, static_cast<int>(id)}, modes, help, syntax, handler};
+  return OptionEntry{id, option{name, hasArg, nullptr, static_cast<int>(id)}, modes, help, syntax, handler, false};
+}
+
+// A row whose set value may be "@PATH" (see OptionEntry::credential).
+constexpr OptionEntry Credential(OptionEntry row) {
+  row.credential = true;
+  return row;
 }
 
 // A plain constant array: in the pages made read-only after relocation.
 constexpr OptionEntry kOptionTable[] = {
-    Row(OptionId::kCid, "cid", optional_argument, kSetGetDel, " for CustomerId", "=\"{<uuid string>}\"", HandleCid),
+    Credential(Row(OptionId::kCid, "cid", optional_argument, kSetGetDel, " for CustomerId", "=\"{<uuid string>}\"",
+                   HandleCid)),
     Row(OptionId::kAid, "aid", optional_argument, kGetDel, " for AgentId", nullptr, HandleAid),
     Row(OptionId::kApd, "apd", optional_argument, kSetGetDel, " for App Proxy Disable", "=true | --apd=false", HandleStoredSetting),
     Row(OptionId::kAph, "aph", optional_argument, kSetGetDel, " for App Proxy Host", "=<app proxy host name>", HandleStoredSetting),
@@ -43,8 +50,8 @@ constexpr OptionEntry kOptionTable[] = {
         "=<comma separated list of tags for sensor grouping> (allowed characters: all alphanumerics, '/', '-', "
         "'_', '@', and '.')",
         HandleTags),
-    Row(OptionId::kProvisioningToken, "provisioning-token", optional_argument, kSetGetDel, " for Provisioning Token",
-        "=<provisioning token value>", HandleProvisioningToken),
+    Credential(Row(OptionId::kProvisioningToken, "provisioning-token", optional_argument, kSetGetDel,
+                   " for Provisioning Token", "=<provisioning token value>", HandleProvisioningToken)),
     Row(OptionId::kSystags, "systags", optional_argument, kModeGet, " for system tags currently applied to a running sensor",
         nullptr, HandleSystags),
     Row(OptionId::kBackend, "backend", optional_argument, kSetGetDel, " for sensor backend",
@@ -80,8 +87,8 @@ static_assert(RowsInOrder(), "the option table's rows must follow options/option
 
 // What the driver, the usage text and completion rely on in every row: a name
 // of its own, a value that is optional or none, no getopt flag, known mode
-// bits, and a handler for every row but the markers (update, help), each of
-// which has a mode to run in.
+// bits, a credential only where a value can be set, and a handler for every
+// row but the markers (update, help), each of which has a mode to run in.
 constexpr bool RowsAreConsistent() {
   for (std::size_t i = 0; i < kOptionCount; ++i) {
     const OptionEntry& row = kOptionTable[i];
@@ -90,6 +97,7 @@ constexpr bool RowsAreConsistent() {
     }
     const bool marker = row.id == OptionId::kUpdate || row.id == OptionId::kHelp;
     if ((row.longOption.has_arg != no_argument && row.longOption.has_arg != optional_argument) ||
+        (row.credential && (row.longOption.has_arg == no_argument || (row.allowedModes & kModeSet) == 0)) ||
         row.longOption.flag != nullptr || (row.allowedModes & ~(kModeSet | kModeGet | kModeDelete | kModeHelp)) != 0 ||
         (row.handler == nullptr) != marker || (row.allowedModes == 0)) {
       return false;

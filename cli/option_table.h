@@ -34,6 +34,10 @@ struct OptionEntry {
   const char* helpText;       // shown under the get, delete and help headings; may be null
   const char* valueSyntax;    // shown under the set heading; may be null
   OptionHandler handler;      // null for `update` and `help`
+  // A credential (the customer identifier, the provisioning token): in set
+  // mode its value may be "@PATH", read from PATH at the start of the run
+  // (cli/value_file.h), and the Ansible module passes it on standard input.
+  bool credential;
 };
 
 // The whole table, in table order.

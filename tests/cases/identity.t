@@ -186,3 +186,94 @@ store TRACE "info"
 $ vantorctl -s -v --provisioning-token=1234567z
 | provisioning-token=01234567.
 store PT u64 0x1234567
+
+== credentials from a file or standard input: the value as if typed, one trailing newline dropped
+# What an "@PATH" value reads is validated and stored as the same text on the command line is, and
+# printed with -v as a get prints it; the log names no value.
+store TRACE "info"
+file /run/secret/cid "00112233445566778899AABBCCDDEEFF08\n"
+$ vantorctl -s -v --cid=@/run/secret/cid
+| cid="00112233445566778899aabbccddeeff".
+store CU hex 00112233445566778899aabbccddeeff
+$ printf '0000abcd\n' | vantorctl -s -v --provisioning-token=@/dev/stdin
+| provisioning-token=0000abcd.
+store PT u64 0xabcd
+$ printf '12345678' | vantorctl -s -f --provisioning-token=@/dev/stdin --cid=@/run/secret/cid
+|
+store PT u64 0x12345678
+
+== an unreadable @PATH ends the run with its reason, before anything is opened
+store TRACE "info"
+dir /run/secret
+# 4096 characters and two newlines: one more than a value may have once one newline is dropped
+sh printf '%04096d\n\n' 1 >/run/secret/big
+$ vantorctl -s --cid=@/run/secret/missing
+|
+! ERROR: cannot read --cid from /run/secret/missing: No such file or directory
+[1]
+$ vantorctl -s --provisioning-token=@/run/secret
+|
+! ERROR: cannot read --provisioning-token from /run/secret: Is a directory
+[1]
+$ vantorctl -s --provisioning-token=@/run/secret/big
+|
+! ERROR: cannot read --provisioning-token from /run/secret/big: File too large
+[1]
+$ printf '%04096d\n' 1 | vantorctl -s -v --provisioning-token=@/dev/stdin
+| provisioning-token=00000001.
+store PT u64 0x1
+$ vantorctl -s --cid=@/dev/stdin --provisioning-token=@/proc/self/fd/0
+|
+! ERROR: --cid and --provisioning-token cannot both read standard input
+[1]
+$ printf '\000' | vantorctl -s --cid=@/dev/stdin
+|
+! ERROR: cannot read --cid from /dev/stdin: Invalid argument
+[1]
+# A get or delete takes "@..." as it takes any other value: not a path.
+$ vantorctl -g --cid=@/run/secret/missing
+|
+! CID is not set. Use vantorctl to set the CID
+! ERROR: failed to process the option --cid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+
+== an invalid value read from a file gets the ordinary message, with the file's text
+store TRACE "info"
+file /run/secret/cid "00112233445566778899AABBCCDDEEFF09\n\n"
+file /run/secret/token "not hex\n"
+$ vantorctl -s --cid=@/run/secret/cid
+|
+! "00112233445566778899AABBCCDDEEFF09
+! " failed checksum validation
+! ERROR: failed to process the option --cid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+$ vantorctl -s --provisioning-token=@/run/secret/token
+|
+! Provisioning token format incorrect
+! ERROR: failed to process the option --provisioning-token
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+
+== a file only the starting mount namespace has is read before the tool joins the host's
+# As a Secret volume mounted into a container: the store written is the host's (process 1's).
+store TRACE "info"
+$ unshare -m sh -c 'mkdir -p /run/c && mount -t tmpfs tmpfs /run/c && printf "00112233445566778899AABBCCDDEEFF08\n" >/run/c/cid && mount -t tmpfs tmpfs /opt && mkdir /opt/Marrowlight && vantorctl -s --cid=@/run/c/cid; rc=$?; ls -A /opt/Marrowlight; exit $rc'
+|
+store CU hex 00112233445566778899aabbccddeeff
+dir /run/c
+link /var/log/vantorctl.log -> /dev/stdout
+
+== a FIFO nobody writes to, and standard input that never ends, stop at the lock's bound
+store TRACE "info"
+fifo /run/secret/fifo
+$ vantorctl -s --cid=@/run/secret/fifo
+|
+! ERROR: cannot read --cid from /run/secret/fifo: Timer expired
+[1]
+# Standard input open for writing as well as reading never ends.
+$ vantorctl -s --provisioning-token=@/dev/stdin <>/run/secret/fifo
+|
+! ERROR: cannot read --provisioning-token from /dev/stdin: Timer expired
+[1]

@@ -11,6 +11,7 @@ from .vantorctl_values import (
     DEFAULTS, DELETABLE, PROTECTED_DELETE, PROTECTED_SET, TABLE_ORDER, is_protected, parse_get, reloads,
     write_back_text,
 )
+from .vantorctl_words import CREDENTIALS
 
 # What the tool prints, exit status 0, when --update could not signal the sensor.
 _SIGNAL_FAILURES = ("Failed to get vantor PID", "Failed to send SIGHUP")
@@ -29,7 +30,8 @@ class TaskFailed(Exception):
 
 class Tool:
     def __init__(self, run, executable):
-        """run(argv) -> (rc, stdout, stderr)."""
+        """run(argv, data=None) -> (rc, stdout, stderr); data, when given, is
+        the run's standard input."""
         self._run = run
         self._executable = executable
         self.warnings = []
@@ -47,10 +49,16 @@ class Tool:
         argv = [self._executable, "-s" if text is not None else "-d"]
         if force:
             argv.append("-f")
-        argv.append("--%s=%s" % (option, text) if text is not None else "--" + option)
+        # A credential never goes on a command line, where every local user
+        # can read it in /proc: the tool reads it from standard input.
+        data = text if text is not None and option in CREDENTIALS else None
+        if data is not None:
+            argv.append("--%s=@/dev/stdin" % option)
+        else:
+            argv.append("--%s=%s" % (option, text) if text is not None else "--" + option)
         if update:
             argv.append("--update")
-        rc, out, err = self._run(argv)
+        rc, out, err = self._run(argv) if data is None else self._run(argv, data=data)
         if rc == 0 and update:
             for line in err.split("\n"):
                 if line.startswith(_SIGNAL_FAILURES):

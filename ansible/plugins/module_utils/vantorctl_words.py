@@ -80,3 +80,7 @@ FLAG_WORDS = {
 # Settings whose names are taken in any letter case, and texts that are numbers.
 ANY_CASE = ("pcpt", )
 NUMBERS = ("app", )
+
+# Credentials: a set passes them as "@/dev/stdin" with the value on standard
+# input, never on a command line.
+CREDENTIALS = ("cid", "provisioning-token", )

@@ -113,9 +113,9 @@ from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import (
     TaskFailed, apply, module_tool, plan,
 )
-from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES
+from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES, CREDENTIALS
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    ANY_CASE, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, NUMBERS, TOKEN, ReadError,
+    ANY_CASE, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, NUMBERS, ReadError,
     RefusedValue, desired, option_name, param_name, typed,
 )
 
@@ -133,8 +133,8 @@ def _parameters():
             entry = dict(type="str")
         if option in CHOICES and option not in BOOLEANS and option not in ANY_CASE:
             entry["choices"] = list(CHOICES[option])
-        if option == TOKEN:
-            entry["no_log"] = True
+        if option in CREDENTIALS:
+            entry["no_log"] = True  # kept out of Ansible's record of the task's arguments
         params[param_name(option)] = entry
     params.update(
         absent=dict(type="list", elements="str", default=[]),

@@ -128,8 +128,9 @@ class ScriptedTool:
         self.refuse = refuse
         self.stderr = stderr
 
-    def __call__(self, argv):
-        self.runs.append(argv[1:])
+    def __call__(self, argv, data=None):
+        self.runs.append(argv[1:] + ([("stdin", data)] if data is not None else []))
+        argv = [a for a in argv if not isinstance(a, tuple)]
         option = argv[-1].lstrip("-").split("=")[0] if argv[-1] != "--update" else argv[-2].lstrip("-").split("=")[0]
         if option in self.refuse:
             return 1, "\n", "refused %s\n" % option
@@ -165,8 +166,10 @@ class PlanAndApply(unittest.TestCase):
             ["-d", "-f", "--billing"],
             ["-s", "--pcpt=auto"],
             ["-s", "--trace=info", "--update"],  # the sensor was told of the change, so of its undoing too
-            ["-s", "-f", "--cid=" + v.checksum_form(b"\xff" * 16)],
+            # A credential goes on standard input, here as in the write it undoes.
+            ["-s", "-f", "--cid=@/dev/stdin", ("stdin", v.checksum_form(b"\xff" * 16))],
         ])
+        self.assertEqual(runner.runs[0], ["-s", "-f", "--cid=@/dev/stdin", ("stdin", "C")])
 
     def test_signal_failure_is_a_warning(self):
         runner = ScriptedTool(stderr="Failed to get vantor PID from PID file /var/run/vantor-sensor.pid: "
