@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <getopt.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -180,6 +181,30 @@ int Fail() {
 
 // Namespace switch and trace log, then the store. Returns false after writing
 // the failure's own line (these two failures print no usage hint).
+// The line before "unable to initialize simple store": the store's path, the
+// reason and, where one fits, the cure. The two commonest causes are a user
+// who is not root (the vendor directory is root's, 0770) and a host where the
+// vendor directory was never made.
+void ExplainStoreOpenFailure(NTSTATUS status) {
+  const int error = SimpleStoreOpenError();
+  const char* reason = status == STATUS_FILE_INVALID       ? "not a regular file"
+                       : status == STATUS_LOCK_NOT_GRANTED ? "another process holds its lock"
+                       : error != 0                        ? std::strerror(error)
+                                                           : "it could not be read or repaired";
+  const char* cure = "";
+  const char* where = "";
+  struct stat vendor {};
+  if ((error == EACCES || error == EPERM) && geteuid() != 0) {
+    cure = "; run vantorctl as root";
+  } else if (error == ENOENT && stat(VANTOR_VENDOR_DIR, &vendor) != 0 && errno == ENOENT) {
+    cure = "; the directory " VANTOR_VENDOR_DIR " is missing (installing vantorctl creates it)";
+  } else if (error == 0) {
+    cure = "; see ";
+    where = kToolLogPath;
+  }
+  PrintDiagnostic("ERROR: cannot open %s: %s%s%s\n", kSimpleStorePath, reason, cure, where);
+}
+
 bool StartUp() {
   NamespaceDetect();
   if (NamespaceIsNamespaced()) {
@@ -197,7 +222,9 @@ bool StartUp() {
   } else {
     TraceOpenToolLog();
   }
-  if (!NT_SUCCESS(OpenSimpleStore())) {
+  const NTSTATUS status = OpenSimpleStore();
+  if (!NT_SUCCESS(status)) {
+    ExplainStoreOpenFailure(status);
     PrintDiagnostic("ERROR: unable to initialize simple store\n");
     return false;
   }

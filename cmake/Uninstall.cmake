@@ -3,8 +3,10 @@
 # first, where they are empty. Run in the build tree: cmake -P Uninstall.cmake,
 # with the DESTDIR the install had, if any.
 # The vendor directory is never removed: it holds the sensor's data.
+# A second uninstall has nothing to do, and says so.
 if(NOT EXISTS install_manifest.txt)
-  message(FATAL_ERROR "install_manifest.txt not found: nothing was installed from this build tree")
+  message(STATUS "Nothing is installed from this build tree (no install_manifest.txt): nothing to remove")
+  return()
 endif()
 file(STRINGS install_manifest.txt files)
 foreach(file IN LISTS files)

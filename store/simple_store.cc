@@ -51,9 +51,12 @@ struct StoreState {
   StoreFiles files;                // the descriptor, the journal's path, the directory
   const char* path = nullptr;
   bool readOnly = false;  // the file could only be opened for reading
+  int readOnlyBecause = 0;  // then the errno of the open for writing
   pthread_rwlock_t lock{};
 };
 constinit StoreState gStore;
+// The errno behind the last failed open of the store file (SimpleStoreOpenError).
+constinit int gOpenError = 0;
 
 JournalRecord Record() { return JournalRecord(gStore.buffer, J::kJournalSize); }
 std::uint8_t* Image() { return gStore.buffer + J::kIntendedOffset; }
@@ -117,6 +120,7 @@ class StoreLockGuard {
   UniqueFile file;
   NTSTATUS status = OpenRegularFile(gStore.path, FILE_ACCESS_READ_WRITE, options, file.out());
   bool readOnly = false;
+  const int writeError = errno;
   if (!NT_SUCCESS(status) && (errno == EROFS || errno == EACCES || errno == EPERM)) {
     status = OpenRegularFile(gStore.path, FILE_ACCESS_READ, 0, file.out());
     readOnly = NT_SUCCESS(status);
@@ -125,12 +129,14 @@ class StoreLockGuard {
     }
   }
   if (!NT_SUCCESS(status)) {
+    gOpenError = status == STATUS_FILE_INVALID ? 0 : errno;
     TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", gStore.path, status);
     return status;
   }
   UniqueFile(gStore.files.store).reset();  // the old descriptor, if any
   gStore.files.store = file.release();
   gStore.readOnly = readOnly;
+  gStore.readOnlyBecause = readOnly ? writeError : 0;
   return STATUS_SUCCESS;
 }
 
@@ -419,6 +425,7 @@ template <typename Work>
              static_cast<int>(std::min<std::uint64_t>(reported, INT_MAX)));
   if (gStore.readOnly) {
     TraceError(kComponent, "The store %s cannot be repaired: it is opened read-only", path);
+    gOpenError = gStore.readOnlyBecause;
     return STATUS_ACCESS_DENIED;
   }
   // The repair is a write-back like any other: the image the file held (its
@@ -456,12 +463,15 @@ NTSTATUS OpenSimpleStore() {
 
 NTSTATUS OpenSimpleStoreAt(const char* path) {
   CloseSimpleStore();
+  gOpenError = 0;
   const NTSTATUS status = OpenStore(path);
   if (!NT_SUCCESS(status)) {
     CloseSimpleStore();
   }
   return status;
 }
+
+int SimpleStoreOpenError() { return gOpenError; }
 
 void CloseSimpleStore() {
   if (gStore.buffer == nullptr) {
@@ -472,6 +482,7 @@ void CloseSimpleStore() {
   gStore.files.directory = nullptr;
   gStore.path = nullptr;
   gStore.readOnly = false;
+  gStore.readOnlyBecause = 0;
   TvFreePoolWithTag(std::exchange(gStore.buffer, nullptr), TAG_SIMPLE_STORE);
   (void)pthread_rwlock_destroy(&gStore.lock);
 }

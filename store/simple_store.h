@@ -58,6 +58,13 @@
 // Same, on another path (tests and tools). OpenSimpleStore uses the vendor path.
 // Opening while a store is open closes the open one first.
 [[nodiscard]] NTSTATUS OpenSimpleStoreAt(const char* path);
+// After a failed OpenSimpleStore(At): the errno of the open of the file that
+// failed it (for a store opened read-only that then needed a repair, the
+// read-write open's: EROFS, EACCES, EPERM), or 0 when no open of the file
+// failed (the path names no regular file, the lock, a read, a repair).
+[[nodiscard]] int SimpleStoreOpenError();
+// The store's path that OpenSimpleStore opens.
+inline constexpr const char* kSimpleStorePath = VANTOR_VENDOR_DIR "/vantorstore";
 // Closes the descriptor and frees the image; nothing happens when closed.
 void CloseSimpleStore();
 

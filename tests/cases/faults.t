@@ -18,6 +18,7 @@ log <time> Failed to read the registry file: STATUS=0xC0000001\t(<tid>) [0] (esc
 store CU hex 11111111111111111111111111111111
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=flock -e inject=flock:error=ENOLCK vantorctl -s --trace=warn
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: another process holds its lock; see /var/log/vantorctl.log
 ! ERROR: unable to initialize simple store
 [1]
 log <time> flock() failed:37\t(<tid>) [0] (esc)
@@ -26,6 +27,7 @@ log <time> flock() failed:37\t(<tid>) [0] (esc)
 file /opt/Marrowlight/vantorstore "12345"
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=write,pwrite64,lseek -e inject=write,pwrite64,lseek:error=EIO vantorctl -s --trace=warn
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: it could not be read or repaired; see /var/log/vantorctl.log
 ! ERROR: unable to initialize simple store
 [1]
 log <time> Couldn't get file offset: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)

@@ -56,6 +56,7 @@ store GroupTags "nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn
 sh head -c 4200 /dev/zero | tr '\\0' - >/var/log/vantorctl.log
 $ prlimit --fsize=4096 vantorctl -g --cid
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: it could not be read or repaired; see /var/log/vantorctl.log
 ! ERROR: unable to initialize simple store
 [1]
 file /opt/Marrowlight/vantorstore ""
@@ -66,6 +67,7 @@ sh printf '\007' | dd of=/opt/Marrowlight/vantorstore conv=notrunc status=none
 sh head -c 4200 /dev/zero | tr '\\0' - >/var/log/vantorctl.log
 $ prlimit --fsize=4096 vantorctl -g --cid
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: it could not be read or repaired; see /var/log/vantorctl.log
 ! ERROR: unable to initialize simple store
 [1]
 
@@ -180,6 +182,7 @@ sh printf '\007' | dd of=/opt/Marrowlight/vantorstore conv=notrunc status=none
 sh mount -o remount,ro /opt
 $ vantorctl -g --cid
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: Read-only file system
 ! ERROR: unable to initialize simple store
 [1]
 log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=30 (Read-only file system)\t(<tid>) [0] (esc)

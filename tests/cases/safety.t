@@ -183,6 +183,7 @@ file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000
 link /opt/Marrowlight/vantorstore -> /run/target
 $ timeout 5 vantorctl -g --systags
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: Too many levels of symbolic links
 ! ERROR: unable to initialize simple store
 [1]
 log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=40 (Too many levels of symbolic links)\t(<tid>) [0] (esc)
@@ -194,6 +195,7 @@ file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000
 link /opt/Marrowlight/vantorstore -> /run/nothing
 $ timeout 5 vantorctl -g --systags
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: Too many levels of symbolic links
 ! ERROR: unable to initialize simple store
 [1]
 log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=40 (Too many levels of symbolic links)\t(<tid>) [0] (esc)
@@ -205,6 +207,7 @@ file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000
 fifo /opt/Marrowlight/vantorstore
 $ timeout 5 vantorctl -g --systags
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: not a regular file; see /var/log/vantorctl.log
 ! ERROR: unable to initialize simple store
 [1]
 log <time> Refusing /opt/Marrowlight/vantorstore: not a regular file (mode 10000)\t(<tid>) [0] (esc)
@@ -216,6 +219,7 @@ file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000
 dir /opt/Marrowlight/vantorstore
 $ timeout 5 vantorctl -g --systags
 |
+! ERROR: cannot open /opt/Marrowlight/vantorstore: Is a directory
 ! ERROR: unable to initialize simple store
 [1]
 log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=21 (Is a directory)\t(<tid>) [0] (esc)

@@ -7,6 +7,7 @@ sh flock -s /opt/Marrowlight/vantorstore sleep 16 & sleep 0.5
 $ t=$(date +%s%N); vantorctl -s --trace=warn; rc=$?; ms=$((($(date +%s%N) - t) / 1000000)); [ $ms -ge 9900 ] && [ $ms -lt 15000 ] && echo "gave up after 9.9 to 15 s"; exit $rc
 |
 | gave up after 9.9 to 15 s
+! ERROR: cannot open /opt/Marrowlight/vantorstore: another process holds its lock; see /var/log/vantorctl.log
 ! ERROR: unable to initialize simple store
 [1]
 log <time> The store is locked by another process; gave up after 10 seconds\t(<tid>) [0] (esc)
