@@ -179,8 +179,6 @@ int Fail() {
   return kExitFailure;
 }
 
-// Namespace switch and trace log, then the store. Returns false after writing
-// the failure's own line (these two failures print no usage hint).
 // The line before "unable to initialize simple store": the store's path, the
 // reason and, where one fits, the cure. The two commonest causes are a user
 // who is not root (the vendor directory is root's, 0770) and a host where the
@@ -205,6 +203,8 @@ void ExplainStoreOpenFailure(NTSTATUS status) {
   PrintDiagnostic("ERROR: cannot open %s: %s%s%s\n", kSimpleStorePath, reason, cure, where);
 }
 
+// Namespace switch and trace log, then the store. Returns false after writing
+// the failure's own line (these two failures print no usage hint).
 bool StartUp() {
   NamespaceDetect();
   if (NamespaceIsNamespaced()) {
@@ -329,7 +329,6 @@ bool Dispatch(ParseState* state) {
   }
   return true;
 }
-
 
 // Parse, mode checks and dispatch, with the credential values read before the
 // start-up (none for RunCommandLine).
