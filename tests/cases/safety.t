@@ -129,7 +129,7 @@ $ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
 store empty
 file /var/run/vantor-sensor.pid 0600 "5000\n"
 sh echo 4999 >/proc/sys/kernel/ns_last_pid; sleep 300 3</var/run/vantor-sensor.pid &
-sh flock -x /var/run/vantor-sensor.pid sleep 300 & sleep 0.2
+sh flock -x /var/run/vantor-sensor.pid sleep 300 & until ! flock -n /var/run/vantor-sensor.pid true; do sleep 0.01; done
 $ timeout 5 vantorctl -s --trace=info --update
 |
 ! Failed to send SIGHUP to vantor process (PID 5000): No such process
@@ -142,7 +142,7 @@ $ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
 # The "daemon" (PID 6000) takes the lock and forks a helper that shares it, then dies; a stray
 # process is given its PID.
 store empty
-sh echo 5999 >/proc/sys/kernel/ns_last_pid; flock -x /var/run/vantor-sensor.pid sleep 300 & sleep 0.2
+sh echo 5999 >/proc/sys/kernel/ns_last_pid; flock -x /var/run/vantor-sensor.pid sleep 300 & until ! flock -n /var/run/vantor-sensor.pid true; do sleep 0.01; done
 sh echo 6000 >/var/run/vantor-sensor.pid; kill -KILL 6000; sleep 0.1
 sh echo 5999 >/proc/sys/kernel/ns_last_pid; sleep 300 &
 $ timeout 5 vantorctl -s --trace=info --update
