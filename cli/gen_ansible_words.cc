@@ -7,17 +7,47 @@
 // and ansible_docs_current tests, so the modules never drift from the tables.
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "cli/option_table.h"
 #include "options/settings.h"
+#include "options/value_print.h"
 #include "options/value_sets.h"
+#include "runtime/status.h"
 
 namespace {
 
 void PrintQuoted(std::string_view text) { std::printf("\"%.*s\"", static_cast<int>(text.size()), text.data()); }
+
+// A diagnostic line of a row as the tool prints it, without its line end, as
+// a Python string; `status` fills the %X of a read failure.
+void PrintMessage(const char* text, unsigned status = 0) {
+  std::string format(text);
+  if (!format.empty() && format.back() == '\n') format.pop_back();
+  if (format.find_first_of("\"\\") != std::string::npos) {
+    std::fprintf(stderr, "gen_ansible_words: cannot quote \"%s\"\n", format.c_str());
+    std::exit(1);
+  }
+  std::putchar('"');
+  value_print::Put(stdout, format.c_str(), status);
+  std::putchar('"');
+}
+
+// One dictionary of option -> text, over the rows for which `text` gives one.
+template <typename Text>
+void PrintTextsOfRows(const char* name, Text text) {
+  std::printf("%s = {\n", name);
+  for (const Setting& s : Settings()) {
+    if (text(s) == nullptr) continue;
+    std::printf("    \"%s\": ", OptionRow(s.id).longOption.name);
+    PrintMessage(text(s), static_cast<unsigned>(STATUS_NOT_FOUND));
+    std::printf(",\n");
+  }
+  std::printf("}\n");
+}
 
 const char* ActionName(value_sets::WordAction action) {
   switch (action) {
@@ -204,7 +234,22 @@ int main(int argc, char** argv) {
   for (const OptionEntry& entry : OptionTable()) {
     if (entry.credential) std::printf("\"%s\", ", entry.longOption.name);
   }
-  std::printf(")\n");
+  std::printf(")\n\n# The refusals of a protected value without -f, as the tool prints them.\n");
+  PrintTextsOfRows("PROTECTED_SET", [](const Setting& s) { return s.protectedSet.text(); });
+  PrintTextsOfRows("PROTECTED_DELETE", [](const Setting& s) { return s.protectedDelete.text(); });
+  std::printf("\n# A get of nothing stored that fails (exit status 1): its diagnostic.\n");
+  PrintTextsOfRows("NOT_SET_FAILURES", [](const Setting& s) -> const char* {
+    if (!s.unsetIsError) return nullptr;
+    return s.unsetFailure ? s.unsetFailure.text() : s.readFailure.text();
+  });
+  std::printf("\n# Settings that can be set but not deleted: the word whose value means what\n"
+      "# an empty slot means (written to undo a first set).\nEMPTY_WORDS = {\n");
+  for (const Setting& s : Settings()) {
+    if (s.emptyWord != nullptr) std::printf("    \"%s\": \"%s\",\n", OptionRow(s.id).longOption.name, s.emptyWord);
+  }
+  std::printf("}\n\n# What a tag may hold besides ASCII letters and digits.\nTAG_PUNCTUATION = ");
+  PrintQuoted(value_sets::kTagPunctuation);
+  std::printf("\n");
   // A failed write shows in the stream's error flag.
   return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
 }

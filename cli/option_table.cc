@@ -14,12 +14,19 @@ constexpr std::uint8_t kSetGet = kModeSet | kModeGet;
 
 constexpr OptionEntry Row(OptionId id, const char* name, int hasArg, std::uint8_t modes, const char* help,
                           const char* syntax, OptionHandler handler) {
-  return OptionEntry{id, option{name, hasArg, nullptr, static_cast<int>(id)}, modes, help, syntax, handler, false};
+  return OptionEntry{id, option{name, hasArg, nullptr, static_cast<int>(id)}, modes, help, syntax, handler, false,
+                     false};
 }
 
 // A row whose set value may be "@PATH" (see OptionEntry::credential).
 constexpr OptionEntry Credential(OptionEntry row) {
   row.credential = true;
+  return row;
+}
+
+// A row of a query of the sensor's state (see OptionEntry::query).
+constexpr OptionEntry Query(OptionEntry row) {
+  row.query = true;
   return row;
 }
 
@@ -40,8 +47,8 @@ constexpr OptionEntry kOptionTable[] = {
     Row(OptionId::kMetadataQuery, "metadata-query", optional_argument, kSetGet,
         " to determine the configured sensor cloud provider metadata query flags",
         "=[[dis|en]able|[dis|en]ableAWS[,[dis|en]ableAzure[,[dis|en]ableGCP]]]", HandleMetadataQuery),
-    Row(OptionId::kVersion, "version", optional_argument, kModeGet, " for version of sensor currently running", nullptr,
-        HandleVersion),
+    Query(Row(OptionId::kVersion, "version", optional_argument, kModeGet, " for version of sensor currently running", nullptr,
+        HandleVersion)),
     Row(OptionId::kUpdate, "update", no_argument, kModeSet, nullptr, " SIGHUP the sensor for immediate trace/feature update",
         nullptr),
     Row(OptionId::kBilling, "billing", optional_argument, kSetGetDel, " to configure the sensor billing type",
@@ -52,16 +59,16 @@ constexpr OptionEntry kOptionTable[] = {
         HandleTags),
     Credential(Row(OptionId::kProvisioningToken, "provisioning-token", optional_argument, kSetGetDel,
                    " for Provisioning Token", "=<provisioning token value>", HandleProvisioningToken)),
-    Row(OptionId::kSystags, "systags", optional_argument, kModeGet, " for system tags currently applied to a running sensor",
-        nullptr, HandleSystags),
+    Query(Row(OptionId::kSystags, "systags", optional_argument, kModeGet, " for system tags currently applied to a running sensor",
+        nullptr, HandleSystags)),
     Row(OptionId::kBackend, "backend", optional_argument, kSetGetDel, " for sensor backend",
         "=auto | --backend=bpf | --backend=kernel", HandleStoredSetting),
-    Row(OptionId::kRfmState, "rfm-state", optional_argument, kModeGet,
-        " for indicating whether the sensor is in Reduced Functionality Mode", nullptr, HandleRfmState),
-    Row(OptionId::kRfmReason, "rfm-reason", optional_argument, kModeGet,
-        " to determine reason for sensor running in Reduced Functionality Mode", nullptr, HandleRfmReason),
-    Row(OptionId::kRfmHistory, "rfm-history", no_argument, kModeGet,
-        " to show history of sensor Reduced Functionality Mode reasons", nullptr, HandleRfmHistory),
+    Query(Row(OptionId::kRfmState, "rfm-state", optional_argument, kModeGet,
+        " for indicating whether the sensor is in Reduced Functionality Mode", nullptr, HandleRfmState)),
+    Query(Row(OptionId::kRfmReason, "rfm-reason", optional_argument, kModeGet,
+        " to determine reason for sensor running in Reduced Functionality Mode", nullptr, HandleRfmReason)),
+    Query(Row(OptionId::kRfmHistory, "rfm-history", no_argument, kModeGet,
+        " to show history of sensor Reduced Functionality Mode reasons", nullptr, HandleRfmHistory)),
     // Deliberately undocumented: no texts, so no usage block lists it.
     Row(OptionId::kFkm, "fkm", optional_argument, kSetGetDel, nullptr, nullptr, HandleStoredSetting),
     Row(OptionId::kLogCounters, "logcounters", optional_argument, kSetGetDel,
@@ -125,12 +132,9 @@ constexpr bool SameName(const UNICODE_STRING& a, const UNICODE_STRING& b) {
 constexpr bool SettingsFitTheOptionTable() {
   using settings_table::kSettings;
   for (const OptionEntry& row : kOptionTable) {
-    const bool query = row.id == OptionId::kVersion || row.id == OptionId::kSystags ||
-                       row.id == OptionId::kRfmState || row.id == OptionId::kRfmReason ||
-                       row.id == OptionId::kRfmHistory;
     bool stored = false;
     for (const Setting& s : kSettings) stored = stored || s.id == row.id;
-    if (stored != (row.handler != nullptr && !query)) return false;
+    if (stored != (row.handler != nullptr && !row.query) || (row.query && row.allowedModes != kModeGet)) return false;
   }
   for (std::size_t i = 0; i < std::size(kSettings); ++i) {
     const Setting& s = kSettings[i];
@@ -148,16 +152,32 @@ constexpr bool SettingsFitTheOptionTable() {
     if (IsGenericForm(s.form) &&
         (!s.invalidValue || !s.writeFailure || !s.readFailure || static_cast<bool>(s.deleteFailure) != deletes ||
          static_cast<bool>(s.invalidWord) != !s.words.empty() || (s.form == SettingForm::kNamed) == s.names.empty() ||
-         (s.form == SettingForm::kText && (s.maxLength == 0 || s.maxLength >= 256)) ||  // the get's buffer: 256
+         (s.form == SettingForm::kText && (s.maxLength == 0 || s.maxLength >= kTextBufferSize)) ||
          (s.form == SettingForm::kNamed && !s.badStored && !s.badStoredValue))) {
       return false;
     }
+    if ((s.unsetFailure && !s.unsetIsError) || (sets && !deletes) != (s.emptyWord != nullptr)) return false;
+    bool emptyWordIsAWord = s.emptyWord == nullptr;
+    ForEachValueWord(s, [&](std::string_view word) { emptyWordIsAWord = emptyWordIsAWord || word == s.emptyWord; });
+    if (!emptyWordIsAWord) return false;
   }
   return true;
 }
 #ifndef VANTOR_NO_CONSTANT_FUNCTION_ADDRESSES
 static_assert(SettingsFitTheOptionTable(), "a settings row that does not fit the option table or its form");
 #endif
+
+// The usage text of --tags names every character a tag may hold besides
+// letters and digits, each in single quotes.
+constexpr bool TagUsageNamesEveryCharacter() {
+  const std::string_view syntax = kOptionTable[IndexOf(OptionId::kTags)].valueSyntax;
+  for (const char c : value_sets::kTagPunctuation) {
+    const char quoted[] = {'\'', c, '\''};
+    if (syntax.find(std::string_view(quoted, 3)) == std::string_view::npos) return false;
+  }
+  return true;
+}
+static_assert(TagUsageNamesEveryCharacter(), "the usage text of --tags does not name every tag character");
 
 }  // namespace
 

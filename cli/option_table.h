@@ -38,6 +38,9 @@ struct OptionEntry {
   // mode its value may be "@PATH", read from PATH at the start of the run
   // (cli/value_file.h), and the Ansible module passes it on standard input.
   bool credential;
+  // A query of the sensor's state (version, system tags, reduced
+  // functionality): get only, nothing stored, so no settings row.
+  bool query;
 };
 
 // The whole table, in table order.

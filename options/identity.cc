@@ -35,7 +35,7 @@ void PrintIdentifier(OptionContext* context, const Identifier& identifier) {
 }
 
 NTSTATUS CidNotSet() {
-  PrintDiagnostic("CID is not set. Use vantorctl to set the CID\n");
+  PrintDiagnostic(SettingOf(OptionId::kCid).unsetFailure);
   return STATUS_UNSUCCESSFUL;
 }
 

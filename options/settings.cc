@@ -14,9 +14,6 @@ namespace {
 
 using SF = SettingForm;
 
-// The longest text any kText row keeps, plus its terminator.
-constexpr std::size_t kTextBufferSize = 256;
-
 bool IsWord(std::span<const std::string_view> words, const char* text) {
   for (std::string_view word : words) {
     if (word == text) {
@@ -122,6 +119,10 @@ NTSTATUS PrintStoredNumber(OptionContext* context, const Setting& s, std::uint32
 NTSTATUS GetSetting(OptionContext* context, const Setting& s) {
   StoredSetting value;
   const NTSTATUS status = value.Read(context, s);
+  if (status == STATUS_NOT_FOUND && s.unsetFailure) {
+    PrintDiagnostic(s.unsetFailure);
+    return status;
+  }
   if (status == STATUS_NOT_FOUND && !s.unsetIsError) {
     if (s.unsetText != nullptr) {
       PrintValue(context, "%s", s.unsetText);

@@ -17,6 +17,7 @@
 //   - `reloads`: a successful set signals the daemon when --update was given.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -102,9 +103,15 @@ struct Setting {
   NTSTATUS badStoredStatus = STATUS_UNSUCCESSFUL;
 
   // What a get prints when nothing is stored; null prints "<option> is not
-  // set". With unsetIsError, no stored value fails the get with readFailure.
+  // set". With unsetIsError, no stored value fails the get: with unsetFailure
+  // when the row has one, else with readFailure and the store's status.
   const char* unsetText = nullptr;
   bool unsetIsError = false;
+  Message<> unsetFailure = nullptr;
+  // A setting that can be set but not deleted: the word whose stored value
+  // means to the sensor what an empty slot means (what the Ansible module
+  // writes to undo a first set). One of the row's words.
+  const char* emptyWord = nullptr;
   // Read before a delete: a value that cannot be read is not deleted.
   bool readBeforeDelete = false;
   // After a successful set: signal the daemon when --update was given, and
@@ -112,6 +119,9 @@ struct Setting {
   bool reloads = false;
   const char* trueNotice = nullptr;
 };
+
+// The get's buffer for a kText value: every row's maxLength stays below it.
+inline constexpr std::size_t kTextBufferSize = 256;
 
 // Every stored setting, in option-table order.
 std::span<const Setting> Settings();
@@ -125,7 +135,7 @@ const Setting& SettingOf(OptionId id);
 // set, in the row's order; a free-form value (host, port, identifiers, tags,
 // numbers) emits none.
 template <typename Emit>
-void ForEachValueWord(const Setting& s, Emit&& emit) {
+constexpr void ForEachValueWord(const Setting& s, Emit&& emit) {
   switch (s.form) {
     case SettingForm::kSwitch:
       for (std::string_view word : value_sets::kSwitchWords) emit(word);

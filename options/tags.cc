@@ -21,8 +21,8 @@ constexpr Message<> kNotSet = "Sensor grouping tags are not set";
 constexpr bool IsTagCharacter(char c) {
   // Explicit ASCII ranges: the "C" locale's alphanumerics. Bytes of 0x80 and
   // above are negative as char and fall outside every range.
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
-         c == '/' || c == '@' || c == '_';
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         value_sets::kTagPunctuation.find(c) != std::string_view::npos;
 }
 
 // A list of 1 to 256 bytes of tag characters, commas only between tags.

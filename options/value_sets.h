@@ -12,6 +12,10 @@
 
 namespace value_sets {
 
+// What a tag may hold besides the ASCII letters and digits (tags are separated
+// by commas).
+inline constexpr std::string_view kTagPunctuation = "-./@_";
+
 // Trace levels, compared case-sensitively.
 inline constexpr std::array<std::string_view, 5> kTraceLevels{"none", "debug", "info", "warn", "err"};
 

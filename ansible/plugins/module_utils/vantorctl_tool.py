@@ -7,11 +7,8 @@ from __future__ import absolute_import, division, print_function
 
 __metaclass__ = type
 
-from .vantorctl_values import (
-    DEFAULTS, DELETABLE, PROTECTED_DELETE, PROTECTED_SET, TABLE_ORDER, is_protected, parse_get, reloads,
-    write_back_text,
-)
-from .vantorctl_words import CREDENTIALS
+from .vantorctl_values import DELETABLE, TABLE_ORDER, is_protected, parse_get, reloads, write_back_text
+from .vantorctl_words import CREDENTIALS, EMPTY_WORDS, PROTECTED_DELETE, PROTECTED_SET
 
 # What the tool prints, exit status 0, when --update could not signal the sensor.
 _SIGNAL_FAILURES = ("Failed to get vantor PID", "Failed to send SIGHUP")
@@ -116,7 +113,7 @@ def _put_back(tool, step, signalled):
         if step.option in DELETABLE:
             rc, _, err = tool.change(step.option, None, True, False)
         else:
-            rc, _, err = tool.change(step.option, DEFAULTS[step.option], False, signalled)
+            rc, _, err = tool.change(step.option, EMPTY_WORDS[step.option], False, signalled)
     else:
         text = write_back_text(step.option, step.before)
         if text is None:

@@ -10,7 +10,9 @@ __metaclass__ = type
 
 import re
 
-from .vantorctl_words import ANY_CASE, CHOICES, FLAG_WORDS, NUMBERS, OPTIONS, SWITCH_TEXTS
+from .vantorctl_words import (
+    ANY_CASE, CHOICES, EMPTY_WORDS, FLAG_WORDS, NOT_SET_FAILURES, NUMBERS, OPTIONS, SWITCH_TEXTS,
+)
 
 MASKED = "********"
 
@@ -36,29 +38,6 @@ FLAG_SETS = [name for name in SETTINGS if _FORM[name] == "flag_set"]
 LISTS = [name for name in SETTINGS if _FORM[name] in ("flag_set", "tag_list")]
 IDENTIFIERS = [name for name in SETTINGS if _FORM[name] == "identifier"]
 TOKEN = "provisioning-token"
-
-# What a setting that cannot be deleted goes back to when it was empty: the
-# value the sensor reads the same as an empty slot.
-DEFAULTS = {"pcpt": "auto", "feature": "none", "metadata-query": "enable"}
-
-# The tool's refusals of a protected value without -f, word for word.
-PROTECTED_SET = {
-    "cid": "CID is set, but -f was not specified",
-    "tags": "Sensor grouping tags are already set, but -f was not specified",
-    TOKEN: "Provisioning token is set, but -f was not specified",
-}
-PROTECTED_DELETE = {
-    "cid": "CID is set, but -f was not specified",
-    "aid": "AID is set, but -f was not specified",
-    "tags": "Sensor grouping tags are set, but -f was not specified",
-    TOKEN: "Provisioning token is set, but -f was not specified",
-}
-
-# A read that fails through exit status 1 yet only means "nothing stored".
-_NOT_SET_FAILURES = {
-    "cid": "CID is not set. Use vantorctl to set the CID",
-    "logcounters": "Failed to read log settings from config. Status: 0xC0000225",
-}
 
 _HEX32 = re.compile(r"^[0-9a-fA-F]{32}$")
 
@@ -197,7 +176,7 @@ def mask_text(option, mask):
             covered |= bits
     if covered != mask:
         return None
-    return ",".join(words) if words else DEFAULTS[option]
+    return ",".join(words) if words else EMPTY_WORDS[option]
 
 
 # ---------------------------------------------------------------------------
@@ -228,7 +207,7 @@ def parse_get(option, rc, stdout, stderr):
     or a token as int, an identifier as 32 digits), or None when nothing is
     stored. ReadError for any other failure."""
     if rc != 0:
-        expected = _NOT_SET_FAILURES.get(option)
+        expected = NOT_SET_FAILURES.get(option)
         if expected is not None and expected in stderr.split("\n"):
             return None
         raise ReadError(stderr.strip() or stdout.strip() or "vantorctl -g --%s failed (exit %d)" % (option, rc))

@@ -84,3 +84,33 @@ NUMBERS = ("app", )
 # Credentials: a set passes them as "@/dev/stdin" with the value on standard
 # input, never on a command line.
 CREDENTIALS = ("cid", "provisioning-token", )
+
+# The refusals of a protected value without -f, as the tool prints them.
+PROTECTED_SET = {
+    "cid": "CID is set, but -f was not specified",
+    "tags": "Sensor grouping tags are already set, but -f was not specified",
+    "provisioning-token": "Provisioning token is set, but -f was not specified",
+}
+PROTECTED_DELETE = {
+    "cid": "CID is set, but -f was not specified",
+    "aid": "AID is set, but -f was not specified",
+    "tags": "Sensor grouping tags are set, but -f was not specified",
+    "provisioning-token": "Provisioning token is set, but -f was not specified",
+}
+
+# A get of nothing stored that fails (exit status 1): its diagnostic.
+NOT_SET_FAILURES = {
+    "cid": "CID is not set. Use vantorctl to set the CID",
+    "logcounters": "Failed to read log settings from config. Status: 0xC0000225",
+}
+
+# Settings that can be set but not deleted: the word whose value means what
+# an empty slot means (written to undo a first set).
+EMPTY_WORDS = {
+    "pcpt": "auto",
+    "feature": "none",
+    "metadata-query": "enable",
+}
+
+# What a tag may hold besides ASCII letters and digits.
+TAG_PUNCTUATION = "-./@_"

@@ -113,9 +113,9 @@ from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_tool import (
     TaskFailed, apply, module_tool, plan,
 )
-from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES, CREDENTIALS
+from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import CHOICES, CREDENTIALS, EMPTY_WORDS
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_values import (
-    ANY_CASE, DEFAULTS, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, NUMBERS, ReadError,
+    ANY_CASE, DELETABLE, SETTABLE, SETTINGS, BOOLEANS, INTEGERS, LISTS, NUMBERS, ReadError,
     RefusedValue, desired, option_name, param_name, typed,
 )
 
@@ -150,8 +150,9 @@ def _absent_options(names):
     options = []
     for name in names:
         option = option_name(name)
-        if option in DEFAULTS:
-            raise TaskFailed("%s cannot be deleted: the tool keeps it; set it to %s instead" % (name, DEFAULTS[option]))
+        if option in EMPTY_WORDS:
+            raise TaskFailed("%s cannot be deleted: the tool keeps it; set it to %s instead"
+                             % (name, EMPTY_WORDS[option]))
         if option not in DELETABLE:
             raise TaskFailed("absent: %s is no setting that can be deleted (one of: %s)"
                              % (name, ", ".join(param_name(o) for o in DELETABLE)))

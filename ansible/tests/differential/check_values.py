@@ -22,13 +22,13 @@ from ansible.module_utils.common.arg_spec import ArgumentSpecValidator  # noqa: 
 from ansible_collections.marrowlight.vantor.plugins.modules.vantorctl import _parameters  # noqa: E402
 from ansible_collections.marrowlight.vantor.plugins.module_utils import vantorctl_values as v  # noqa: E402
 from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import (  # noqa: E402
-    CHOICES, FLAG_WORDS)
+    CHOICES, FLAG_WORDS, TAG_PUNCTUATION)
 
 EXE = sys.argv[1]
 R = random.Random(20261124)
 PARAMETERS = _parameters()
 HEX = "0123456789abcdefABCDEF"
-TAG = string.ascii_letters + string.digits + "-./@_"
+TAG = string.ascii_letters + string.digits + TAG_PUNCTUATION
 # Values of these the module does not check: it writes them, the tool refuses
 # them, and the task fails with the tool's message.
 PASSED_ON = ("aph", "app", "tags", "loginterval", "logduration")

@@ -26,6 +26,8 @@ sys.path.insert(0, _root)
 
 from ansible_collections.marrowlight.vantor.plugins.module_utils import vantorctl_tool as tool_mod  # noqa: E402
 from ansible_collections.marrowlight.vantor.plugins.module_utils import vantorctl_values as v  # noqa: E402
+from ansible_collections.marrowlight.vantor.plugins.module_utils.vantorctl_words import (  # noqa: E402
+    CREDENTIALS, EMPTY_WORDS, OPTIONS, PROTECTED_DELETE, PROTECTED_SET)
 
 CID = "00112233445566778899aabbccddeeff"
 
@@ -123,16 +125,17 @@ class ScriptedTool:
     """Plays vantorctl's writes: each run answers rc 0 unless its option is in
     `refuse`; records every argv."""
 
-    def __init__(self, refuse=(), stderr=""):
+    def __init__(self, refuse=(), stderr="", fail_after=None):
         self.runs = []
         self.refuse = refuse
         self.stderr = stderr
+        self.fail_after = fail_after  # runs that succeed before every later one fails
 
     def __call__(self, argv, data=None):
         self.runs.append(argv[1:] + ([("stdin", data)] if data is not None else []))
         argv = [a for a in argv if not isinstance(a, tuple)]
         option = argv[-1].lstrip("-").split("=")[0] if argv[-1] != "--update" else argv[-2].lstrip("-").split("=")[0]
-        if option in self.refuse:
+        if option in self.refuse or (self.fail_after is not None and len(self.runs) == self.fail_after + 1):
             return 1, "\n", "refused %s\n" % option
         return 0, "\n", self.stderr
 
@@ -181,6 +184,59 @@ class PlanAndApply(unittest.TestCase):
         self.assertEqual(runner.runs, [["-s", "--apd=true"], ["-s", "--trace=err", "--update"]])
         self.assertEqual(len(tool.warnings), 1)
         self.assertIn("trace was stored, but the sensor was not signalled", tool.warnings[0])
+
+
+def sample(option: str, second: bool = False) -> object:
+    """A task's value for `option` by its form alone; `second` gives another."""
+    form = dict((row[0], row[2]) for row in OPTIONS)[option]
+    pick = 1 if second else 0
+    if form == "flag_set":
+        return [v.CHOICES[option][pick]]
+    if option in v.CHOICES and form != "switch":
+        return v.CHOICES[option][pick]
+    by_form = {"identifier": ("ff" * 16, CID), "token": ("00112233", "0011223344556677"), "switch": (False, True),
+               "seconds": (61, 60), "tag_list": (["b"], ["a"])}
+    plain = ("9", "8") if option in v.NUMBERS else ("y", "x")
+    return by_form.get(form, plain)[1 - pick]
+
+
+class EveryRow(unittest.TestCase):
+    """Every setting of the generated table through plan and rollback: a row
+    the module's helpers know nothing of beyond the table fails here, not on a
+    host."""
+
+    def test_plan_and_put_back(self) -> None:
+        for option in v.SETTABLE:
+            first, second = v.desired(option, sample(option)), v.desired(option, sample(option, True))
+            self.assertNotEqual(first[0], second[0], option)
+            for before in (None, first[0]):
+                with self.subTest(option=option, before=before):
+                    steps = tool_mod.plan({option: before}, {option: second}, [], force=True)
+                    self.assertEqual([(s.option, s.text) for s in steps], [(option, second[1])])
+                    # The change is made, the next run fails, and the change is put back.
+                    runner = ScriptedTool(fail_after=1)
+                    with self.assertRaises(tool_mod.TaskFailed) as failed:
+                        tool_mod.apply(tool_mod.Tool(runner, "vantorctl"), steps * 2, force=True, reload=False)
+                    self.assertEqual(failed.exception.msg.split("\n")[-1], "Put back: " + option)
+                    undo = [a for a in runner.runs[2] if not isinstance(a, tuple)]
+                    if before is not None:
+                        text = v.write_back_text(option, before)
+                        self.assertEqual(v.desired(option, sample(option))[0], before)
+                        self.assertIn(runner.runs[2][-1] if option in CREDENTIALS else undo[-1],
+                                      [("stdin", text), "--%s=%s" % (option, text)])
+                    elif option in v.DELETABLE:
+                        self.assertEqual(undo, ["-d", "-f", "--" + option])
+                    else:
+                        self.assertEqual(undo, ["-s", "--%s=%s" % (option, EMPTY_WORDS[option])])
+                    if before is not None and v.is_protected(option):
+                        with self.assertRaises(tool_mod.TaskFailed) as refused:
+                            tool_mod.plan({option: before}, {option: second}, [], force=False)
+                        self.assertEqual(refused.exception.msg, PROTECTED_SET[option])
+        for option in v.DELETABLE:
+            if v.is_protected(option):
+                with self.subTest(option=option, delete=True), self.assertRaises(tool_mod.TaskFailed) as refused:
+                    tool_mod.plan({option: "x"}, {}, [option], force=False)
+                self.assertEqual(refused.exception.msg, PROTECTED_DELETE[option])
 
 
 @unittest.skipUnless(HAVE_ANSIBLE, "ansible is not installed")
