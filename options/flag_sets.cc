@@ -174,7 +174,7 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
     PrintDiagnostic("not a valid %s switch: %s\n", context->option, unknown);
     return STATUS_UNSUCCESSFUL;
   }
-  const NTSTATUS status = WriteU32Value(context, &option.row.name, mask);
+  const NTSTATUS status = WriteU32Value(&option.row.name, mask);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write %s \"%s\" to config\n", context->option, value);
     return status;
@@ -193,7 +193,7 @@ NTSTATUS ApplySwitchList(OptionContext* context, const FlagOption& option, const
 // set". STATUS_SUCCESS or the store's status after the read-failure message.
 NTSTATUS ShowMask(OptionContext* context, const FlagOption& option) {
   std::uint32_t mask = 0;
-  const NTSTATUS status = ReadU32Value(context, &option.row.name, &mask);
+  const NTSTATUS status = ReadU32Value(&option.row.name, &mask);
   if (status == STATUS_NOT_FOUND) {
     if (option.row.unsetText != nullptr) {
       PrintValue(context, "%s", option.row.unsetText);

@@ -24,10 +24,10 @@ constexpr std::size_t kMinTokenLength = 8;
 
 // Reads a 16-byte identifier into a zeroed buffer (a shorter record leaves the
 // tail zero). Returns the store's status.
-NTSTATUS ReadIdentifier(const OptionContext* context, const UNICODE_STRING* name, Identifier* identifier) {
+NTSTATUS ReadIdentifier(const UNICODE_STRING* name, Identifier* identifier) {
   *identifier = Identifier{};
   std::uint32_t size = static_cast<std::uint32_t>(identifier->size());
-  return context->store->get(name, identifier->data(), &size);
+  return GetSimpleStoreValue(name, identifier->data(), &size);
 }
 
 void PrintIdentifier(OptionContext* context, const Identifier& identifier) {
@@ -53,7 +53,7 @@ NTSTATUS StoreCid(OptionContext* context, const Setting& row, const char* value)
       break;
   }
   const NTSTATUS status =
-      context->store->set(&row.name, identifier.data(), static_cast<std::uint32_t>(identifier.size()));
+      SetSimpleStoreValue(&row.name, identifier.data(), static_cast<std::uint32_t>(identifier.size()));
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write CID \"%s\" to config file\n", digits.data());
     return status;
@@ -154,7 +154,7 @@ NTSTATUS HandleCid(OptionContext* context, const char* value) {
   const Setting& row = SettingOf(OptionId::kCid);
   Identifier stored{};
   bool present = false;
-  if (const NTSTATUS status = GuardStoredValue(context, row, ReadIdentifier(context, &row.name, &stored), &present);
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadIdentifier(&row.name, &stored), &present);
       !NT_SUCCESS(status)) {
     return status;
   }
@@ -170,7 +170,7 @@ NTSTATUS HandleCid(OptionContext* context, const char* value) {
     PrintIdentifier(context, stored);
     return STATUS_SUCCESS;
   }
-  if (const NTSTATUS deleted = context->store->remove(&row.name); !NT_SUCCESS(deleted)) {
+  if (const NTSTATUS deleted = DeleteSimpleStoreValue(&row.name); !NT_SUCCESS(deleted)) {
     PrintDiagnostic("Could not delete CID from config file\n");
     return deleted;
   }
@@ -183,7 +183,7 @@ NTSTATUS HandleAid(OptionContext* context, const char*) {
   const Setting& row = SettingOf(OptionId::kAid);
   Identifier stored{};
   bool present = false;
-  if (const NTSTATUS status = GuardStoredValue(context, row, ReadIdentifier(context, &row.name, &stored), &present);
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadIdentifier(&row.name, &stored), &present);
       !NT_SUCCESS(status)) {
     return status;
   }
@@ -197,7 +197,7 @@ NTSTATUS HandleAid(OptionContext* context, const char*) {
     PrintIdentifier(context, stored);
     return STATUS_SUCCESS;
   }
-  if (const NTSTATUS deleted = context->store->remove(&row.name); !NT_SUCCESS(deleted)) {
+  if (const NTSTATUS deleted = DeleteSimpleStoreValue(&row.name); !NT_SUCCESS(deleted)) {
     PrintDiagnostic("Could not delete AID from config file\n");
     return deleted;
   }
@@ -211,7 +211,7 @@ NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
   const Setting& row = SettingOf(OptionId::kProvisioningToken);
   std::uint64_t stored = 0;
   bool present = false;
-  if (const NTSTATUS status = GuardStoredValue(context, row, ReadU64Value(context, &row.name, &stored), &present);
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadU64Value(&row.name, &stored), &present);
       !NT_SUCCESS(status)) {
     return status;
   }
@@ -221,7 +221,7 @@ NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
       PrintDiagnostic("Provisioning token format incorrect\n");
       return STATUS_INVALID_PARAMETER;
     }
-    if (const NTSTATUS written = WriteU64Value(context, &row.name, token); !NT_SUCCESS(written)) {
+    if (const NTSTATUS written = WriteU64Value(&row.name, token); !NT_SUCCESS(written)) {
       PrintDiagnostic("Could not write provisioning token to config file\n");
       return written;
     }
@@ -239,7 +239,7 @@ NTSTATUS HandleProvisioningToken(OptionContext* context, const char* value) {
     return STATUS_SUCCESS;
   }
   if (present) {
-    if (const NTSTATUS deleted = context->store->remove(&row.name); !NT_SUCCESS(deleted)) {
+    if (const NTSTATUS deleted = DeleteSimpleStoreValue(&row.name); !NT_SUCCESS(deleted)) {
       PrintDiagnostic("Could not delete provisioning token from config file\n");
       return deleted;
     }

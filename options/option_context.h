@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "options/option_id.h"
-#include "options/store_access.h"
 #include "runtime/status.h"
 
 // Created zeroed by the driver and handed by address to every handler, so the
@@ -22,14 +21,10 @@ struct OptionContext {
   // by the driver before each call.
   OptionId id;
   const char* option;
-  // Set by the driver when --update was given: the daemon is to be told of a
-  // changed trace level, feature set or log-counters switch. Null otherwise.
-  // The driver installs SignalSensorReload (options/reload.h); tests install
-  // their own recorder.
+  // SignalSensorReload (options/reload.h) when --update was given: the daemon
+  // is to be told of a changed trace level, feature set or log-counters
+  // switch. Null otherwise.
   void (*reload)();
-  // Every store read, write and delete of a handler goes through this table:
-  // the store's own functions unless a test installs its own.
-  const StoreAccess* store = &kSimpleStoreAccess;
 };
 
 // `value` is the text after "=" (null when none was given); in set mode it is

@@ -60,9 +60,9 @@ struct StoredSetting {
   std::array<char, kTextBufferSize> text{};
   std::uint32_t number = 0;
 
-  [[nodiscard]] NTSTATUS Read(const OptionContext* context, const Setting& s) {
-    return s.form == SF::kText ? ReadTextValue(context, &s.name, std::span(text).first(s.maxLength + 1))
-                               : ReadU32Value(context, &s.name, &number);
+  [[nodiscard]] NTSTATUS Read(const Setting& s) {
+    return s.form == SF::kText ? ReadTextValue(&s.name, std::span(text).first(s.maxLength + 1))
+                               : ReadU32Value(&s.name, &number);
   }
 };
 
@@ -70,7 +70,7 @@ struct StoredSetting {
 NTSTATUS GuardSetting(OptionContext* context, const Setting& s) {
   StoredSetting value;
   bool stored = false;
-  return GuardStoredValue(context, s, value.Read(context, s), &stored);
+  return GuardStoredValue(context, s, value.Read(s), &stored);
 }
 
 NTSTATUS SetSetting(OptionContext* context, const Setting& s, const char* value) {
@@ -79,7 +79,7 @@ NTSTATUS SetSetting(OptionContext* context, const Setting& s, const char* value)
     return STATUS_INVALID_PARAMETER;
   }
   const NTSTATUS status =
-      s.form == SF::kText ? WriteTextValue(context, &s.name, value) : WriteU32Value(context, &s.name, number);
+      s.form == SF::kText ? WriteTextValue(&s.name, value) : WriteU32Value(&s.name, number);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic(s.writeFailure, value);
     return status;
@@ -118,7 +118,7 @@ NTSTATUS PrintStoredNumber(OptionContext* context, const Setting& s, std::uint32
 
 NTSTATUS GetSetting(OptionContext* context, const Setting& s) {
   StoredSetting value;
-  const NTSTATUS status = value.Read(context, s);
+  const NTSTATUS status = value.Read(s);
   if (status == STATUS_NOT_FOUND && s.unsetFailure) {
     PrintDiagnostic(s.unsetFailure);
     return status;
@@ -145,7 +145,7 @@ NTSTATUS GetSetting(OptionContext* context, const Setting& s) {
 NTSTATUS DeleteSetting(OptionContext* context, const Setting& s) {
   if (s.readBeforeDelete) {
     StoredSetting value;
-    const NTSTATUS status = value.Read(context, s);
+    const NTSTATUS status = value.Read(s);
     if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
       PrintDiagnostic(s.readFailure, static_cast<unsigned>(status));
       return status;
@@ -168,8 +168,7 @@ const Setting* FindSetting(OptionId id) {
 }
 
 const Setting& SettingOf(OptionId id) {
-  const Setting* s = FindSetting(id);
-  return s != nullptr ? *s : settings_table::kSettings[0];  // every caller's row exists: checked in cli/option_table.cc
+  return *FindSetting(id);  // every caller's row exists: checked when cli/option_table.cc is compiled
 }
 
 NTSTATUS GuardStoredValue(OptionContext* context, const Setting& s, NTSTATUS readStatus, bool* stored) {
@@ -179,33 +178,27 @@ NTSTATUS GuardStoredValue(OptionContext* context, const Setting& s, NTSTATUS rea
     return readStatus;
   }
   if (*stored && s.isProtected && !context->force && (context->set || context->del)) {
-    const Message<>& refusal = context->set ? s.protectedSet : s.protectedDelete;
-    if (refusal) {
-      PrintDiagnostic(refusal);
-    } else {
-      PrintDiagnostic("%s is set, but -f was not specified\n", context->option);
-    }
+    // Every protected row has both refusals of the modes its option takes
+    // (checked when cli/option_table.cc is compiled).
+    PrintDiagnostic(context->set ? s.protectedSet : s.protectedDelete);
     return STATUS_INVALID_PARAMETER;
   }
   return STATUS_SUCCESS;
 }
 
 NTSTATUS HandleStoredSetting(OptionContext* context, const char* value) {
-  const Setting* s = FindSetting(context->id);
-  if (s == nullptr || !IsGenericForm(s->form)) {
-    PrintDiagnostic("--%s has no stored setting\n", context->option);
-    return STATUS_INTERNAL_ERROR;  // a table fault, which cli/option_table.cc rules out when it is compiled
-  }
-  if (s->isProtected && (context->set || context->del)) {
-    if (const NTSTATUS status = GuardSetting(context, *s); !NT_SUCCESS(status)) {
+  // The option's row is of a generic form: checked when cli/option_table.cc is compiled.
+  const Setting& s = SettingOf(context->id);
+  if (s.isProtected && (context->set || context->del)) {
+    if (const NTSTATUS status = GuardSetting(context, s); !NT_SUCCESS(status)) {
       return status;
     }
   }
   if (context->set) {
-    return SetSetting(context, *s, value);
+    return SetSetting(context, s, value);
   }
   if (context->del) {
-    return DeleteSetting(context, *s);
+    return DeleteSetting(context, s);
   }
-  return GetSetting(context, *s);
+  return GetSetting(context, s);
 }

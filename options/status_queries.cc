@@ -20,6 +20,7 @@
 #include "runtime/rtl_string.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
+#include "store/simple_store.h"
 
 namespace {
 
@@ -68,25 +69,11 @@ void DecodeEntries(void* buffer, std::uint32_t count) {
   }
 }
 
-// Frees an array from ReadRfmHistory when it goes out of scope.
-class HistoryArray {
- public:
-  HistoryArray() = default;
-  HistoryArray(const HistoryArray&) = delete;
-  HistoryArray& operator=(const HistoryArray&) = delete;
-  ~HistoryArray() { TvFreePoolWithTag(entries_, TAG_TOOL); }
-  RfmHistoryEntry** out() { return &entries_; }
-  const RfmHistoryEntry& operator[](std::uint32_t i) const { return entries_[i]; }
-
- private:
-  RfmHistoryEntry* entries_ = nullptr;
-};
-
 }  // namespace
 
-NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries, std::uint32_t* count) {
+NTSTATUS ReadRfmHistory(RfmHistoryEntry** entries, std::uint32_t* count) {
   std::uint32_t length = 0;
-  NTSTATUS status = context->store->get(&kRfmHistory, nullptr, &length);
+  NTSTATUS status = GetSimpleStoreValue(&kRfmHistory, nullptr, &length);
   // Absent, stored empty, or unreadable (a damaged store): all read as no history.
   if (status != STATUS_BUFFER_TOO_SMALL || length == 0) return STATUS_NOT_FOUND;
 
@@ -97,7 +84,7 @@ NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries,
   }
   // The sensor may rewrite the value in between; the second read's length
   // counts, and a value that grew fails with STATUS_BUFFER_TOO_SMALL.
-  status = context->store->get(&kRfmHistory, buffer.get(), &length);
+  status = GetSimpleStoreValue(&kRfmHistory, buffer.get(), &length);
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_CORE, "Could not read RFM history");
     return status;
@@ -109,18 +96,30 @@ NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries,
   return STATUS_SUCCESS;
 }
 
+namespace {
+
+// ReadRfmHistory with its array handed to an owner.
+[[nodiscard]] NTSTATUS ReadRfmHistoryOwned(PoolBuffer* entries, std::uint32_t* count) {
+  RfmHistoryEntry* array = nullptr;
+  const NTSTATUS status = ReadRfmHistory(&array, count);
+  *entries = PoolBuffer::Adopt(array, TAG_TOOL);
+  return status;
+}
+
+}  // namespace
+
 // A value of 1 to 11 bytes holds no whole entry; rather than read past it, it
 // is reported as no history (the RFM options then print their not-set texts).
-NTSTATUS ReadRfmNewestEntry(const OptionContext* context, std::uint32_t* inRfm, std::uint32_t* reasonCode,
-                            std::uint32_t* backend) {
-  HistoryArray entries;
+NTSTATUS ReadRfmNewestEntry(std::uint32_t* inRfm, std::uint32_t* reasonCode, std::uint32_t* backend) {
+  PoolBuffer entries;
   std::uint32_t count = 0;
-  const NTSTATUS status = ReadRfmHistory(context, entries.out(), &count);
+  const NTSTATUS status = ReadRfmHistoryOwned(&entries, &count);
   if (!NT_SUCCESS(status)) return status;
   if (count == 0) return STATUS_NOT_FOUND;
-  *inRfm = entries[0].InRfm;
-  *reasonCode = entries[0].ReasonCode;
-  *backend = entries[0].Backend;
+  const RfmHistoryEntry& newest = entries.as<RfmHistoryEntry>()[0];
+  *inRfm = newest.InRfm;
+  *reasonCode = newest.ReasonCode;
+  *backend = newest.Backend;
   return STATUS_SUCCESS;
 }
 
@@ -137,15 +136,14 @@ NTSTATUS HandleVersion(OptionContext* /*context*/, const char* /*value*/) {
 
 NTSTATUS HandleSystags(OptionContext* /*context*/, const char* /*value*/) {
   if (access(kSystagsPath, F_OK) == 0) {
-    UniqueFile file;
-    NTSTATUS status = OpenFile(kSystagsPath, FILE_ACCESS_READ, 0, file.out());
-    if (!NT_SUCCESS(status)) {
+    const FileOpen opened = OpenFile(kSystagsPath, FILE_ACCESS_READ, 0);
+    if (!NT_SUCCESS(opened.status)) {
       PrintDiagnostic("Could not open systags (is the sensor stopped or in RFM?)\n");
-      return status;
+      return opened.status;
     }
     char buffer[kSystagsReadLimit + 1];
     std::uint32_t count = 0;
-    status = ReadFile(file.get(), buffer, kSystagsReadLimit, &count);
+    const NTSTATUS status = ReadFile(opened.file.get(), buffer, kSystagsReadLimit, &count);
     if (!NT_SUCCESS(status)) {
       PrintDiagnostic("Could not read systags\n");
       return status;
@@ -176,7 +174,7 @@ NTSTATUS HandleSystags(OptionContext* /*context*/, const char* /*value*/) {
 NTSTATUS HandleRfmState(OptionContext* context, const char* /*value*/) {
   std::uint32_t inRfm = 0, reason = 0, backend = 0;
   NTSTATUS result = STATUS_SUCCESS;
-  if (!ReadGaveValue(context, ReadRfmNewestEntry(context, &inRfm, &reason, &backend), "rfm-state",
+  if (!ReadGaveValue(context, ReadRfmNewestEntry(&inRfm, &reason, &backend), "rfm-state",
                      "Could not read RFM state from config file\n", &result)) {
     return result;
   }
@@ -196,7 +194,7 @@ NTSTATUS HandleRfmState(OptionContext* context, const char* /*value*/) {
 NTSTATUS HandleRfmReason(OptionContext* context, const char* /*value*/) {
   std::uint32_t inRfm = 0, reason = 0, backend = 0;
   NTSTATUS result = STATUS_SUCCESS;
-  if (!ReadGaveValue(context, ReadRfmNewestEntry(context, &inRfm, &reason, &backend), "rfm-reason",
+  if (!ReadGaveValue(context, ReadRfmNewestEntry(&inRfm, &reason, &backend), "rfm-reason",
                      "Could not read RFM reason from config file\n", &result)) {
     return result;
   }
@@ -206,9 +204,9 @@ NTSTATUS HandleRfmReason(OptionContext* context, const char* /*value*/) {
 
 // A value of 1 to 11 bytes reads as zero entries: only the separator is printed.
 NTSTATUS HandleRfmHistory(OptionContext* context, const char* /*value*/) {
-  HistoryArray entries;
+  PoolBuffer entries;
   std::uint32_t count = 0;
-  const NTSTATUS status = ReadRfmHistory(context, entries.out(), &count);
+  const NTSTATUS status = ReadRfmHistoryOwned(&entries, &count);
   if (status == STATUS_NOT_FOUND) {
     PrintNotSet(context, "rfm-history");
     return STATUS_SUCCESS;
@@ -219,7 +217,7 @@ NTSTATUS HandleRfmHistory(OptionContext* context, const char* /*value*/) {
     return status;
   }
   for (std::uint32_t i = 0; i < count; ++i) {
-    const RfmHistoryEntry& entry = entries[i];
+    const RfmHistoryEntry& entry = entries.as<RfmHistoryEntry>()[i];
     const bool last = i + 1 == count;
     PrintText("%s[%u%s] %s backend, %sin RFM, rfm-reason=%s, code=0x%X%s", i == 0 ? "rfm-history={" : "",
                 static_cast<unsigned>(i), i == 0 ? " (newest)" : "", entry.Backend == 0 ? "kernel" : "bpf",

@@ -22,9 +22,8 @@ inline constexpr std::uint32_t kRfmHistoryEntrySize = 12;
 // STATUS_SUCCESS; STATUS_NOT_FOUND when the value is absent, empty or its first
 // read fails in any way; STATUS_INSUFFICIENT_RESOURCES; the second read's
 // status. Out-parameters are written only on success.
-[[nodiscard]] NTSTATUS ReadRfmHistory(const OptionContext* context, RfmHistoryEntry** entries, std::uint32_t* count);
+[[nodiscard]] NTSTATUS ReadRfmHistory(RfmHistoryEntry** entries, std::uint32_t* count);
 
 // The newest entry's fields. STATUS_NOT_FOUND also when the value holds no whole
 // entry (1 to 11 bytes): nothing is read past the stored bytes.
-[[nodiscard]] NTSTATUS ReadRfmNewestEntry(const OptionContext* context, std::uint32_t* inRfm,
-                                          std::uint32_t* reasonCode, std::uint32_t* backend);
+[[nodiscard]] NTSTATUS ReadRfmNewestEntry(std::uint32_t* inRfm, std::uint32_t* reasonCode, std::uint32_t* backend);

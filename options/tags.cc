@@ -55,7 +55,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
   // Room for the terminator after a full 256-byte list.
   char stored[kMaxTagsLength + 1];
   bool exists = false;
-  if (const NTSTATUS status = GuardStoredValue(context, row, ReadTextValue(context, &row.name, stored), &exists);
+  if (const NTSTATUS status = GuardStoredValue(context, row, ReadTextValue(&row.name, stored), &exists);
       !NT_SUCCESS(status)) {
     return status;
   }
@@ -65,7 +65,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
       PrintDiagnostic("Sensor grouping tags have an invalid format\n");
       return STATUS_INVALID_PARAMETER_1;
     }
-    const NTSTATUS status = WriteTextValue(context, &row.name, value);
+    const NTSTATUS status = WriteTextValue(&row.name, value);
     if (!NT_SUCCESS(status)) {
       PrintDiagnostic("Could not write the sensor grouping tags '%s' to config file\n", value);
       return status;
@@ -78,7 +78,7 @@ NTSTATUS HandleTags(OptionContext* context, const char* value) {
 
   if (context->del) {
     if (exists) {
-      const NTSTATUS status = context->store->remove(&row.name);
+      const NTSTATUS status = DeleteSimpleStoreValue(&row.name);
       // Gone between the read and the delete (the daemon shares the file) is a
       // failed delete too, as for the identifiers: this run did not delete it.
       if (!NT_SUCCESS(status)) {

@@ -65,7 +65,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
   const auto seconds = static_cast<std::uint32_t>(parsed);
 
   LogSettingReason reason = LogSettingReason::kNone;
-  NTSTATUS status = CheckLogSetting(context, kind, seconds, &reason);
+  NTSTATUS status = CheckLogSetting(kind, seconds, &reason);
   if (!NT_SUCCESS(status)) {
     const bool settingDuration = kind == LogSettingKind::kDuration;
     switch (reason) {
@@ -92,7 +92,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
     return status;
   }
 
-  status = WriteU32Value(context, ValueNameOf(setting.id), seconds);
+  status = WriteU32Value(ValueNameOf(setting.id), seconds);
   if (!NT_SUCCESS(status)) {
     PrintDiagnostic("Could not write log %s value \"%s\" to config. Status:0x%X\n", setting.word, value,
                     static_cast<unsigned>(status));
@@ -107,7 +107,7 @@ NTSTATUS SetLogSetting(OptionContext* context, LogSettingKind kind, const char* 
 NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
   const LogSetting& setting = SettingOf(kind);
   std::uint32_t seconds = 0;
-  const NTSTATUS status = ReadU32Value(context, ValueNameOf(setting.id), &seconds);
+  const NTSTATUS status = ReadU32Value(ValueNameOf(setting.id), &seconds);
   if (status == STATUS_NOT_FOUND) {
     PrintDefault(context, setting);
     return STATUS_SUCCESS;
@@ -123,7 +123,7 @@ NTSTATUS ShowLogSetting(OptionContext* context, LogSettingKind kind) {
 
 NTSTATUS DeleteLogSetting(OptionContext* context, LogSettingKind kind) {
   const LogSetting& setting = SettingOf(kind);
-  const NTSTATUS status = context->store->remove(ValueNameOf(setting.id));
+  const NTSTATUS status = DeleteSimpleStoreValue(ValueNameOf(setting.id));
   if (!NT_SUCCESS(status) && status != STATUS_NOT_FOUND) {
     PrintDiagnostic("Could not delete log %s value from config file. Status:0x%X\n", setting.word,
                     static_cast<unsigned>(status));
@@ -147,14 +147,13 @@ NTSTATUS HandleLogSetting(OptionContext* context, const char* value, LogSettingK
 
 }  // namespace
 
-NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std::uint32_t value,
-                         LogSettingReason* reason) {
+NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason) {
   *reason = LogSettingReason::kNone;
   std::uint32_t interval = value;
   std::uint32_t duration = value;
   bool intervalStored = true;
   if (kind == LogSettingKind::kInterval) {
-    const NTSTATUS status = ReadU32Value(context, ValueNameOf(OptionId::kLogDuration), &duration);
+    const NTSTATUS status = ReadU32Value(ValueNameOf(OptionId::kLogDuration), &duration);
     if (status == STATUS_NOT_FOUND) {
       duration = kLogDurationDefaultSeconds;
     } else if (!NT_SUCCESS(status)) {
@@ -163,7 +162,7 @@ NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std:
       return status;
     }
   } else {
-    const NTSTATUS status = ReadU32Value(context, ValueNameOf(OptionId::kLogInterval), &interval);
+    const NTSTATUS status = ReadU32Value(ValueNameOf(OptionId::kLogInterval), &interval);
     if (status == STATUS_NOT_FOUND) {
       interval = kLogIntervalDefaultSeconds;
       intervalStored = false;

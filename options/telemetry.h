@@ -33,5 +33,4 @@ enum class LogSettingReason : std::uint32_t {
 // Returns STATUS_SUCCESS with *reason None; STATUS_INVALID_PARAMETER with the
 // reason; or the store's read status with ReadFailure (logged, component 1).
 // Holds no lock across the call beyond the store's own.
-[[nodiscard]] NTSTATUS CheckLogSetting(const OptionContext* context, LogSettingKind kind, std::uint32_t value,
-                                      LogSettingReason* reason);
+[[nodiscard]] NTSTATUS CheckLogSetting(LogSettingKind kind, std::uint32_t value, LogSettingReason* reason);

@@ -45,8 +45,12 @@ constinit RundownGuard gGuard{};
 // Both empty while no open has been attempted or after a close.
 constinit UNICODE_STRING gRegistryPath{0, 0, nullptr};
 constinit UNICODE_STRING gTempPath{0, 0, nullptr};
-// The registry's directory, open and locked while the registry is open.
-constinit FileHandle gDirectoryLock = kInvalidFile;
+// The registry's directory, open and locked while the registry is open. A
+// function's static, constant-initialised, so that nothing runs before main.
+UniqueFile& DirectoryLock() {
+  static constinit UniqueFile lock;
+  return lock;
+}
 // The loaded file's mode and owner, which the flushed file gets.
 struct FileAttributes {
   mode_t mode = 0660;
@@ -463,25 +467,21 @@ RundownGuard* RegistryRundownGuard() { return &gGuard; }
     std::memcpy(directory, text.data(), slash == 0 ? 1 : slash);
     directory[slash == 0 ? 1 : slash] = '\0';
   }
-  UniqueFile lock;
-  status = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY, lock.out());
+  FileOpen lock = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY);
+  status = lock.status;
   if (NT_SUCCESS(status)) {
-    status = LockFileBounded(lock.get(), LOCK_EX, "registry");
+    status = LockFileBounded(lock.file.get(), LOCK_EX, "registry");
   }
   if (!NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Could not lock the registry's directory %s: %!STATUS!", directory, status);
     return status;
   }
-  gDirectoryLock = lock.release();
+  DirectoryLock() = std::move(lock.file);
   return STATUS_SUCCESS;
 }
 
 // Closing the directory lets go of its lock.
-void UnlockRegistryDirectory() {
-  if (gDirectoryLock != kInvalidFile) {
-    (void)CloseFile(std::exchange(gDirectoryLock, kInvalidFile));
-  }
-}
+void UnlockRegistryDirectory() { DirectoryLock().reset(); }
 
 // Whether `path` still names the temporary file this flush attempt created.
 bool IsOwnTempFile(const char* path) {
@@ -537,11 +537,11 @@ void RemoveOwnTempFile() {
   if (unlink(path.c_str()) != 0 && errno != ENOENT) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Could not remove stale %s: %!ERRNO!", path.c_str(), errno);
   }
-  UniqueFile file;
-  status = OpenRegularFile(path.c_str(), FILE_ACCESS_READ_WRITE, OPEN_CREATE | OPEN_EXCLUSIVE, file.out());
-  if (!NT_SUCCESS(status)) {
-    return status;
+  FileOpen opened = OpenRegularFile(path.c_str(), FILE_ACCESS_READ_WRITE, OPEN_CREATE | OPEN_EXCLUSIVE);
+  if (!NT_SUCCESS(opened.status)) {
+    return opened.status;
   }
+  UniqueFile& file = opened.file;
   status = AdoptTempFile(file.get(), path.c_str());
   if (!NT_SUCCESS(status)) {
     return status;
@@ -553,7 +553,7 @@ void RemoveOwnTempFile() {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to flush %s: %!ERRNO!", path.c_str(), errno);
     status = STATUS_UNSUCCESSFUL;
   }
-  if (CloseFile(file.release()) != STATUS_SUCCESS && NT_SUCCESS(status)) {
+  if (file.Close() != 0 && NT_SUCCESS(status)) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to close %s", path.c_str());
     status = STATUS_UNSUCCESSFUL;
   }
@@ -595,10 +595,11 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
   auto* root = new (rootMemory.get()) RegistryRoot{};
   InitializeRecursiveLockBlock(&root->Lock);
 
-  UniqueFile file;
   std::uint64_t length = 0;
   PoolBuffer image;
-  status = OpenRegularFileUnicode(&gRegistryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE, file.out());
+  FileOpen opened = OpenRegularFileUnicode(&gRegistryPath, FILE_ACCESS_READ_WRITE, OPEN_CREATE);
+  const UniqueFile& file = opened.file;
+  status = opened.status;
   if (NT_SUCCESS(status)) {
     status = GetFileLength(file.get(), &length);
   }

@@ -30,7 +30,7 @@ void UniqueFile::reset(FileHandle fd) {
   fd_ = fd;
 }
 
-bool UniqueFile::Close() { return close(std::exchange(fd_, kInvalidFile)) == 0; }
+int UniqueFile::Close() { return close(std::exchange(fd_, kInvalidFile)) == 0 ? 0 : errno; }
 
 OpenedFile OpenAt(FileHandle directory, const char* path, int flags, mode_t mode) {
   OpenedFile opened;

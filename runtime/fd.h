@@ -44,8 +44,8 @@ class UniqueFile {
   }
   [[nodiscard]] FileHandle release() { return std::exchange(fd_, kInvalidFile); }
   void reset(FileHandle fd = kInvalidFile);
-  // Closes the descriptor now; false with errno when close() failed.
-  [[nodiscard]] bool Close();
+  // Closes the descriptor now: 0, or the errno of a failed close().
+  [[nodiscard]] int Close();
   explicit operator bool() const { return fd_ != kInvalidFile; }
 
  private:

@@ -1,11 +1,12 @@
-// File-system wrappers: thin POSIX calls that report NTSTATUS and log one line on
-// failure (component 7 unless noted). errno is mapped locally: ENOENT gives
-// STATUS_OBJECT_NAME_NOT_FOUND (open, delete, rename), every other errno
-// STATUS_UNSUCCESSFUL. Out parameters are written on every path (0, null or -1 on
-// failure) unless a comment says otherwise. Nothing here keeps state or locks.
+// File-system wrappers the tool calls: thin POSIX calls that report NTSTATUS
+// and log one line on failure (component 7), in the way runtime/posix_error.h
+// describes. An open hands its descriptor to an owner (FileOpen::file); every
+// other call borrows a descriptor the caller owns. Out parameters are written
+// on every path (0 on failure) unless a comment says otherwise. Nothing here
+// keeps state or locks. The rest of the family (the kernel-style opens into a
+// bare descriptor, delete, offsets, directories, times, path resolution) is in
+// runtime/file_extra.h, a library of its own.
 #pragma once
-
-#include <dirent.h>
 
 #include <cstdint>
 
@@ -28,39 +29,35 @@ inline constexpr std::uint32_t OPEN_DIRECTORY = 0x8000;     // O_DIRECTORY
 inline constexpr std::uint32_t OPEN_PATH_ONLY = 0x10000;    // O_PATH
 inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
 
-// A failed open leaves its error in errno (after the log line is written), for
-// callers that try another way on some errors.
-[[nodiscard]] NTSTATUS OpenFileAt(FileHandle directory, const char* path, std::uint32_t access,
-                                  std::uint32_t options, FileHandle* out);
-[[nodiscard]] NTSTATUS OpenFile(const char* path, std::uint32_t access, std::uint32_t options, FileHandle* out);
+// What an open gives: on success the owner of the new descriptor; on failure,
+// after its log line, the status and the errno behind it (0 when no call was
+// made: a bad argument, a path that cannot be converted). A missing file is
+// STATUS_OBJECT_NAME_NOT_FOUND, a refused file type STATUS_FILE_INVALID (error
+// EINVAL), any other failure STATUS_UNSUCCESSFUL.
+struct FileOpen {
+  NTSTATUS status = STATUS_UNSUCCESSFUL;
+  int error = 0;
+  UniqueFile file;
+};
+
+// Bad arguments (an access value out of range, unknown option bits, a null
+// path) give STATUS_INVALID_PARAMETER and truncation without write access
+// STATUS_ACCESS_DENIED, both before any call and without a log line.
+[[nodiscard]] FileOpen OpenFileAt(FileHandle directory, const char* path, std::uint32_t access,
+                                  std::uint32_t options);
+[[nodiscard]] FileOpen OpenFile(const char* path, std::uint32_t access, std::uint32_t options);
 // OpenFile for a file whose contents the caller trusts or will overwrite: a final
 // symbolic link is never followed (OPEN_NO_FOLLOW is added), a FIFO or device
 // never blocks the open (O_NONBLOCK), and whatever is not a regular file is
 // closed again and refused with STATUS_FILE_INVALID and a log line naming the
 // reason. A link fails the open itself (ELOOP, logged as any open failure).
-[[nodiscard]] NTSTATUS OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t options,
-                                       FileHandle* out);
-// Leaves *out unwritten when the path cannot be converted.
-[[nodiscard]] NTSTATUS OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access,
-                                              std::uint32_t options, FileHandle* out);
-// Leaves *out unwritten when the path cannot be converted.
-[[nodiscard]] NTSTATUS OpenFileUnicode(const UNICODE_STRING* path, std::uint32_t access, std::uint32_t options,
-                                       FileHandle* out);
-
-[[nodiscard]] NTSTATUS DeleteFileAt(FileHandle directory, const char* name);
-[[nodiscard]] NTSTATUS DeleteFileUnicodeAt(FileHandle directory, const UNICODE_STRING* name);
-[[nodiscard]] NTSTATUS DeleteFileUnicode(const UNICODE_STRING* name);
-// Deletes only a canonical absolute path (no links, dots or doubled slashes):
-// STATUS_FILE_INVALID otherwise, STATUS_PATH_NOT_EXPANDED when it cannot resolve.
-[[nodiscard]] NTSTATUS SafeDeleteFile(const UNICODE_STRING* path);
+[[nodiscard]] FileOpen OpenRegularFile(const char* path, std::uint32_t access, std::uint32_t options);
+// A path that cannot be converted gives the conversion's status, logged.
+[[nodiscard]] FileOpen OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access,
+                                              std::uint32_t options);
 
 // Leaves the descriptor's offset where it was.
 [[nodiscard]] NTSTATUS GetFileLength(FileHandle file, std::uint64_t* length);
-[[nodiscard]] NTSTATUS GetFileLengthAndAllocation(FileHandle file, std::uint64_t* length, std::uint64_t* allocated);
-[[nodiscard]] NTSTATUS SetFileLength(FileHandle file, std::int64_t length);
-[[nodiscard]] NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset);
-// origin: 0 start, 1 current, 2 end.
-[[nodiscard]] NTSTATUS SetFileOffset(FileHandle file, std::int64_t offset, std::uint32_t origin);
 
 // Exactly one read(); the count may be short, 0 at end of file.
 [[nodiscard]] NTSTATUS ReadFile(FileHandle file, void* buffer, std::uint32_t length, std::uint32_t* count);
@@ -76,7 +73,6 @@ inline constexpr std::uint32_t OPEN_OPTIONS_VALID = 0x1DF3F;
 // stay written, and *written (when given) says how many that is.
 [[nodiscard]] NTSTATUS WriteFileAtOffset(FileHandle file, const void* buffer, std::uint32_t length,
                                          std::uint64_t offset, std::uint32_t* written = nullptr);
-[[nodiscard]] NTSTATUS CloseFile(FileHandle file);
 
 // How long LockFileBounded waits for another process to let go of a lock.
 inline constexpr int kFileLockWaitSeconds = 10;
@@ -96,29 +92,7 @@ inline constexpr int kFileLockWaitSeconds = 10;
 // Whether a deadline from FileLockDeadline has passed.
 [[nodiscard]] bool FileLockDeadlinePassed(std::int64_t deadline);
 
+// Without replaceExisting, an existing target is left alone and the call gives
+// STATUS_UNSUCCESSFUL without a log line (checked, then renamed: not atomic
+// against a concurrent creator of the target).
 [[nodiscard]] NTSTATUS RenameFile(const UNICODE_STRING* source, const UNICODE_STRING* target, bool replaceExisting);
-[[nodiscard]] NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent);
-
-[[nodiscard]] NTSTATUS OpenDirectoryUnicode(const UNICODE_STRING* path, DIR** out);
-[[nodiscard]] NTSTATUS OpenDirectory(const char* path, DIR** out);
-[[nodiscard]] NTSTATUS GetDirectoryFd(DIR* directory, FileHandle* out);
-// Next entry (never "." or ".."), matching the fnmatch pattern when given, as a
-// new UNICODE_STRING the caller frees with RtlFreeUnicodeString.
-// STATUS_NO_MORE_ENTRIES at the end.
-[[nodiscard]] NTSTATUS ReadDirectoryEntryMatching(DIR* directory, const UNICODE_STRING* pattern,
-                                                  UNICODE_STRING* name);
-[[nodiscard]] NTSTATUS ReadDirectoryEntry(DIR* directory, UNICODE_STRING* name);
-[[nodiscard]] NTSTATUS CloseDirectory(DIR* directory);
-
-// Times as 100-ns ticks since 1601-01-01 UTC; each output is optional.
-[[nodiscard]] NTSTATUS GetFileTimes(const char* path, std::uint64_t* accessTime, std::uint64_t* modifyTime,
-                                    std::uint64_t* changeTime);
-[[nodiscard]] NTSTATUS GetFileTimesUnicode(const UNICODE_STRING* path, std::uint64_t* accessTime,
-                                           std::uint64_t* modifyTime, std::uint64_t* changeTime);
-
-// realpath() into a new 4096-byte buffer owned by *result (freed with
-// RtlFreeAnsiString); any previous result is freed first.
-[[nodiscard]] NTSTATUS ResolvePath(const ANSI_STRING* path, ANSI_STRING* result);
-// ResolvePath of a UNICODE_STRING path, as a new UNICODE_STRING in *result (freed
-// with RtlFreeUnicodeString); any previous result is freed first.
-[[nodiscard]] NTSTATUS ExpandPath(const UNICODE_STRING* path, UNICODE_STRING* result);

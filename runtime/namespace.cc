@@ -87,14 +87,14 @@ bool RedirectToolLogToStdout() {
 
 NTSTATUS NamespaceSwitchToInit() {
   for (const NamespaceKind& kind : kNamespaces) {
-    UniqueFile file;
-    const NTSTATUS status = OpenFile(kind.initPath, FILE_ACCESS_READ, 0, file.out());
-    if (!NT_SUCCESS(status)) {
-      if (kind.optional && status == STATUS_OBJECT_NAME_NOT_FOUND) {
+    FileOpen opened = OpenFile(kind.initPath, FILE_ACCESS_READ, 0);
+    if (!NT_SUCCESS(opened.status)) {
+      if (kind.optional && opened.status == STATUS_OBJECT_NAME_NOT_FOUND) {
         continue;
       }
-      return status;
+      return opened.status;
     }
+    UniqueFile& file = opened.file;
     const long rc = syscall(SYS_setns, file.get(), kind.setnsType);
     const int error = errno;
     file.reset();  // closed whatever the outcome

@@ -1,10 +1,8 @@
 // The sensor daemon's PID file: its process ID in decimal ("%d\n"), created 0600
 // and held open under flock(LOCK_EX) by the owning daemon for its lifetime, so a
-// file whose lock can be taken is stale. The configuration tool only reads it
-// (ReadPidFile); the writer side (CreatePidFile, AcquirePidFile, RemovePidFile)
-// belongs to the daemon. Every log line uses component 6. The writer keeps
-// process-wide state (the held descriptor and the previous-instance flag) without
-// any lock: call it from start-up and shutdown only.
+// file whose lock can be taken is stale. This is the reader side, which the
+// configuration tool uses; the writer side is in runtime/pidfile_writer.h. Every
+// log line uses component 6.
 #pragma once
 
 #include <cstddef>
@@ -37,24 +35,6 @@ inline constexpr std::size_t kPidTextSize = 14;
 // sent through it) makes the answer hold past the call.
 [[nodiscard]] int PidFileLockHolderError(int file, std::int32_t pid);
 
-// Creates the file exclusively (STATUS_ALREADY_EXISTS_PIDFILE when it exists),
-// locks it (STATUS_LOCK_NOT_GRANTED, file left on disk) and writes getpid(). On
-// success, and also after a failed write, the descriptor is kept as the held
-// descriptor until RemovePidFile.
-[[nodiscard]] NTSTATUS CreatePidFile();
-
-// Closes the held descriptor (dropping the lock) and unlinks the file; failures
-// are only logged.
-void RemovePidFile();
-
-// The daemon's start-up entry. No file: CreatePidFile. A file whose lock is held
-// by a live daemon: STATUS_UNSUCCESSFUL, file untouched. A stale file: removed,
-// then CreatePidFile. Sets the flag PidFileExisted reports.
-[[nodiscard]] NTSTATUS AcquirePidFile();
-
-// Whether the last AcquirePidFile found a PID file already present.
-[[nodiscard]] bool PidFileExisted();
-
-// Points every operation above at another path (tests only; the string must
-// outlive its use). Null restores kPidFilePath.
-void SetPidFilePathForTesting(const char* path);
+// The PID file's path: kPidFilePath unless a test pointed it elsewhere
+// (runtime/pidfile_for_testing.h).
+[[nodiscard]] const char* PidFilePath();

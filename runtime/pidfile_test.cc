@@ -10,6 +10,8 @@
 #include <string>
 #include <tuple>
 
+#include "runtime/pidfile_for_testing.h"
+#include "runtime/pidfile_writer.h"
 #include "tests/support/trace_capture.h"
 
 namespace {

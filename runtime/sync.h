@@ -74,16 +74,6 @@ void ReleaseRundownGuard(RundownGuard* guard);
 // is left; afterwards every acquisition fails until InitializeRundownGuard.
 void WaitForRundown(RundownGuard* guard);
 
-// Test seams of the rundown hand-over, null in the product: afterPublish runs in
-// WaitForRundown right after its wait block was published; beforeLastSignal in
-// the last holder's ReleaseRundownGuard between its decrement and its signal.
-// Set them only while no guard is in use.
-struct RundownTestHooks {
-  void (*afterPublish)();
-  void (*beforeLastSignal)();
-};
-extern constinit RundownTestHooks gRundownTestHooks;
-
 // Holds one rundown reference for a scope. Test with operator bool.
 class RundownReference {
  public:
@@ -102,18 +92,13 @@ class RundownReference {
 };
 
 // ---------------------------------------------------------------------------
-// RecursiveLock: a state word and a separately allocated block (tag index 130).
-// The block can also be embedded by a user that wants no extra allocation (the
-// registry does); the *Block functions work on it directly.
+// RecursiveLockBlock: a recursive lock a user embeds (the registry does). The
+// form with a state word and an allocated block, RecursiveLock, is in
+// runtime/sync_extra.h.
 struct RecursiveLockBlock {
   pthread_mutex_t Mutex;
   std::atomic<std::uint64_t> Owner;  // pthread_self() of the holder, 0 when free
   std::uint32_t Count;               // recursion depth; touched only by the owner
-};
-
-struct RecursiveLock {
-  NTSTATUS State;
-  RecursiveLockBlock* Block;
 };
 
 // Embedded form: initialise (mutex with default attributes, no owner, count 0),
@@ -123,18 +108,6 @@ std::uint32_t AcquireRecursiveLockBlock(RecursiveLockBlock* block);
 void ReleaseRecursiveLockBlock(RecursiveLockBlock* block);
 [[nodiscard]] bool IsRecursiveLockBlockOwned(const RecursiveLockBlock* block);
 void DestroyRecursiveLockBlock(RecursiveLockBlock* block);
-
-void PrepareRecursiveLock(RecursiveLock* lock);
-// STATUS_INSUFFICIENT_RESOURCES, state unchanged, when the block cannot be
-// allocated. The lock owns the block until DeleteRecursiveLock.
-[[nodiscard]] NTSTATUS InitializeRecursiveLock(RecursiveLock* lock);
-// Every acquisition must be matched by one release on the same thread.
-std::uint32_t AcquireRecursiveLock(RecursiveLock* lock);
-void ReleaseRecursiveLock(RecursiveLock* lock);
-[[nodiscard]] bool IsRecursiveLockOwned(const RecursiveLock* lock);
-// Destroys the mutex if the state is not negative, frees the block and leaves
-// the lock prepared again. Deleting a held lock is a caller error.
-void DeleteRecursiveLock(RecursiveLock* lock);
 
 // Holds a recursive lock block for a scope.
 class RecursiveLockGuard {
@@ -147,80 +120,6 @@ class RecursiveLockGuard {
  private:
   RecursiveLockBlock* block_;
 };
-
-// ---------------------------------------------------------------------------
-// OwnedMutex: as RecursiveLock without recursion (block tag index 129). A second
-// acquisition by the owner deadlocks like the POSIX mutex under it.
-struct OwnedMutexBlock {
-  pthread_mutex_t Mutex;
-  std::atomic<std::uint64_t> Owner;
-};
-
-struct OwnedMutex {
-  NTSTATUS State;
-  OwnedMutexBlock* Block;
-};
-
-void PrepareOwnedMutex(OwnedMutex* mutex);
-[[nodiscard]] NTSTATUS InitializeOwnedMutex(OwnedMutex* mutex);
-void AcquireOwnedMutex(OwnedMutex* mutex);
-void ReleaseOwnedMutex(OwnedMutex* mutex);
-[[nodiscard]] bool IsOwnedMutexHeld(const OwnedMutex* mutex);
-void DeleteOwnedMutex(OwnedMutex* mutex);
-
-// ---------------------------------------------------------------------------
-// RwLock: a POSIX reader-writer lock that remembers its exclusive owner (0 while
-// only readers hold it). ReleaseRwLock serves both modes.
-struct RwLock {
-  NTSTATUS State;
-  pthread_rwlock_t Lock;
-  std::atomic<std::uint64_t> Owner;
-};
-
-void PrepareRwLock(RwLock* lock);
-[[nodiscard]] NTSTATUS InitializeRwLock(RwLock* lock);
-void AcquireRwLockExclusive(RwLock* lock);
-void AcquireRwLockShared(RwLock* lock);
-void ReleaseRwLock(RwLock* lock);
-[[nodiscard]] bool IsRwLockOwnedExclusive(const RwLock* lock);
-void DeleteRwLock(RwLock* lock);
-
-// ---------------------------------------------------------------------------
-// TvEvent: an eventfd (non-blocking, close-on-exec) that is signalled while its
-// counter is non-zero. A notification event (type 0) stays signalled until
-// reset; a synchronization event (type 1) is consumed by the waiter that takes
-// it, so exactly one waiter returns per set.
-inline constexpr std::uint32_t TV_NOTIFICATION_EVENT = 0;
-inline constexpr std::uint32_t TV_SYNCHRONIZATION_EVENT = 1;
-
-struct TvEvent {
-  std::uint8_t Notification = 0;
-  std::int32_t Descriptor = -1;  // -1 when closed
-};
-
-// Upper bound on the events of one TvWaitForMultipleEvents call. The pollfds live
-// in a fixed array of this size; a count of 0 (which could never be satisfied
-// without a time-out) and a count above the bound are rejected with
-// STATUS_INVALID_PARAMETER. It also keeps every index below STATUS_TIMEOUT.
-inline constexpr std::uint32_t kTvMaxWaitEvents = 32;
-
-// Only the low 8 bits of initialState are used (the eventfd's initial counter).
-// On failure logs "TvInitializeEventEx failed: %!ERRNO!" and returns
-// STATUS_INSUFFICIENT_RESOURCES (ENOMEM), STATUS_TOO_MANY_OPENED_FILES (ENFILE,
-// EMFILE) or STATUS_UNSUCCESSFUL; the descriptor is then left as it was.
-[[nodiscard]] NTSTATUS TvInitializeEventEx(TvEvent* event, std::uint32_t type, std::uint32_t initialState);
-void TvSetEvent(TvEvent* event);
-void TvResetEvent(TvEvent* event);
-[[nodiscard]] bool TvReadEvent(TvEvent* event);
-// 0 when signalled, STATUS_TIMEOUT, or a failure. timeoutMs < 0 waits forever.
-[[nodiscard]] NTSTATUS TvWaitForEvent(TvEvent* event, std::int32_t timeoutMs);
-// Index of the lowest signalled event (0-based), STATUS_TIMEOUT,
-// STATUS_INVALID_PARAMETER (null array, count 0 or above kTvMaxWaitEvents),
-// STATUS_INSUFFICIENT_RESOURCES (ppoll ENOMEM/EINVAL) or STATUS_UNSUCCESSFUL.
-// Every ready synchronization event is consumed, even those above the index
-// reported.
-[[nodiscard]] NTSTATUS TvWaitForMultipleEvents(TvEvent* const* events, std::uint32_t count, std::int32_t timeoutMs);
-void TvCloseEvent(TvEvent* event);
 
 // ---------------------------------------------------------------------------
 // Time helpers shared by the timed waits.

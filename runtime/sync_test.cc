@@ -15,6 +15,9 @@
 #include <thread>
 #include <vector>
 
+#include "runtime/sync_extra.h"
+#include "runtime/sync_for_testing.h"
+
 namespace {
 
 // Long enough that a wait never ends by its time-out while the test is still

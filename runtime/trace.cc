@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "runtime/fd.h"
 #include "runtime/trace.h"
@@ -35,11 +36,19 @@ struct TraceState {
   std::atomic<std::uint32_t> level{TRACE_LEVEL_ERROR};
   std::atomic<std::uint32_t> componentFilter{kNoComponentFilter};
   pthread_rwlock_t lock = PTHREAD_RWLOCK_INITIALIZER;
-  int fd = -1;                          // guarded by lock
   std::atomic<bool> exitHandlerRegistered{false};
 };
 
 constinit TraceState gTrace;
+
+// The log's descriptor, guarded by gTrace.lock. A function's static,
+// constant-initialised, so that nothing runs before main; InstallLog uses it
+// before it registers TraceCloseLogFile, which therefore runs first at exit
+// and leaves the destructor nothing to close.
+UniqueFile& LogFile() {
+  static constinit UniqueFile file;
+  return file;
+}
 
 // Holds one side of the log lock for a scope.
 class LogLockGuard {
@@ -66,10 +75,11 @@ bool PassesGate(std::uint32_t level, std::uint32_t component) {
 
 void WriteLine(const char* line, std::size_t length) {
   LogLockGuard guard(LogLockGuard::Side::kShared);
-  if (gTrace.fd == -1) return;
+  const UniqueFile& log = LogFile();
+  if (!log) return;
   // One write per line; the result is deliberately ignored and a short write is
   // not retried: the trace never fails visibly.
-  if (write(gTrace.fd, line, length) < 0) return;
+  if (write(log.get(), line, length) < 0) return;
 }
 
 }  // namespace
@@ -118,18 +128,17 @@ void UseUtcUnlessTheZoneFileIsRegular() {
   TraceError(TRACE_COMPONENT_CORE, "Time zone file %s is not a regular file; using UTC", zone);
 }
 
-// Makes `fd` (or -1 after a failed open with `error`) the log, closing the
+// Makes `file` (none after a failed open with `error`) the log, closing the
 // previous one. On failure the process runs on with no log; only the system
 // log hears about it.
-void InstallLog(int fd, int error, const char* path, const char* identity) {
-  int previous = -1;
+void InstallLog(UniqueFile file, int error, const char* path, const char* identity) {
+  const bool opened = static_cast<bool>(file);
   {
     LogLockGuard guard(LogLockGuard::Side::kExclusive);
-    previous = gTrace.fd;
-    gTrace.fd = fd;
+    std::swap(LogFile(), file);
   }
-  if (previous != -1) (void)close(previous);
-  if (fd == -1) {
+  file.reset();  // the previous log, closed outside the lock
+  if (!opened) {
     syslog(LOG_ERR, "vantor: Unable to open log file %s, errno = %d", path != nullptr ? path : "(null)", error);
   }
   if (identity != nullptr) openlog(identity, LOG_PID | LOG_NDELAY, LOG_DAEMON);
@@ -157,7 +166,7 @@ void TraceOpenLogFile(const char* path, const char* identity) {
       syslog(LOG_ERR, "vantor: Cannot set the mode of log file %s, errno = %d", path, opened.modeError);
     }
   }
-  InstallLog(opened.file.release(), opened.error, path, identity);
+  InstallLog(std::move(opened.file), opened.error, path, identity);
 }
 
 void TraceOpenToolLog() { TraceOpenLogFile(kToolLogPath, nullptr); }
@@ -165,19 +174,18 @@ void TraceOpenToolLog() { TraceOpenLogFile(kToolLogPath, nullptr); }
 void TraceOpenToolLogOnStandardOutput() {
   // A duplicate shares descriptor 1's file offset, so log lines and the
   // result line follow each other in a regular file instead of overwriting.
-  const int fd = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-  InstallLog(fd, errno, kToolLogPath, nullptr);
+  UniqueFile duplicate(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
+  const int error = duplicate ? 0 : errno;
+  InstallLog(std::move(duplicate), error, kToolLogPath, nullptr);
 }
 
 void TraceCloseLogFile() {
-  int fd = -1;
+  UniqueFile file;
   {
     LogLockGuard guard(LogLockGuard::Side::kExclusive);
-    fd = gTrace.fd;
-    gTrace.fd = -1;
+    std::swap(LogFile(), file);
   }
-  if (fd != -1) (void)close(fd);
-}
+}  // closed here, outside the lock
 
 void TraceSetLevel(std::uint32_t level) { gTrace.level.store(level, std::memory_order_relaxed); }
 

@@ -15,6 +15,7 @@
 #include "runtime/crc32c.h"
 #include "runtime/file.h"
 #include "runtime/little_endian.h"
+#include "runtime/posix_error.h"
 #include "runtime/trace.h"
 
 namespace {
@@ -66,13 +67,11 @@ std::span<const std::uint8_t, L::kImageSize> Intended(JournalRecord record) {
 
 // fsync of a directory, so that an entry made or removed in it is on disk.
 [[nodiscard]] NTSTATUS FlushDirectory(const char* directory) {
-  UniqueFile dir;
-  NTSTATUS status = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY, dir.out());
-  if (NT_SUCCESS(status) && fsync(dir.get()) != 0) {
-    TraceError(kComponent, "Failed to flush the directory %s: %!ERRNO!", directory, errno);
-    status = STATUS_UNSUCCESSFUL;
+  const FileOpen dir = OpenFile(directory, FILE_ACCESS_READ, OPEN_DIRECTORY);
+  if (NT_SUCCESS(dir.status) && fsync(dir.file.get()) != 0) {
+    return PosixError(kComponent, STATUS_UNSUCCESSFUL, errno, "Failed to flush the directory %s: %!ERRNO!", directory);
   }
-  return status;
+  return dir.status;
 }
 
 // Removes the journal; a failure is logged and changes nothing else: a journal
@@ -86,19 +85,18 @@ void RemoveJournal(const StoreFiles& files) {
 // Creates the journal and makes the record durable in it, directory entry
 // included. On failure nothing of it is left (as far as unlink can tell).
 [[nodiscard]] NTSTATUS WriteJournal(const StoreFiles& files, JournalRecord record) {
-  UniqueFile journal;
-  NTSTATUS status =
-      OpenRegularFile(files.journalPath, FILE_ACCESS_WRITE, OPEN_CREATE | OPEN_EXCLUSIVE, journal.out());
-  if (!NT_SUCCESS(status)) {
-    TraceError(kComponent, "Failed to create the store journal %s: %!STATUS!", files.journalPath, status);
-    return status;
+  FileOpen opened = OpenRegularFile(files.journalPath, FILE_ACCESS_WRITE, OPEN_CREATE | OPEN_EXCLUSIVE);
+  if (!NT_SUCCESS(opened.status)) {
+    TraceError(kComponent, "Failed to create the store journal %s: %!STATUS!", files.journalPath, opened.status);
+    return opened.status;
   }
-  status = WriteFileAtOffset(journal.get(), record.data(), kJournalBytes, 0);
+  UniqueFile& journal = opened.file;
+  NTSTATUS status = WriteFileAtOffset(journal.get(), record.data(), kJournalBytes, 0);
   if (!NT_SUCCESS(status)) {
     TraceError(kComponent, "Failed write to the store journal: %!STATUS!", status);
-  } else if (fsync(journal.get()) != 0 || !journal.Close()) {
-    TraceError(kComponent, "Failed to flush the store journal %s: %!ERRNO!", files.journalPath, errno);
-    status = STATUS_UNSUCCESSFUL;
+  } else if (const int error = fsync(journal.get()) != 0 ? errno : journal.Close(); error != 0) {
+    status = PosixError(kComponent, STATUS_UNSUCCESSFUL, error, "Failed to flush the store journal %s: %!ERRNO!",
+                        files.journalPath);
   } else {
     status = FlushDirectory(files.directory);
   }

@@ -48,13 +48,20 @@ constexpr std::size_t kPathsOffset = kScratchOffset + L::kImageSize;
 // close.
 struct StoreState {
   std::uint8_t* buffer = nullptr;  // the allocation above; null while closed
-  StoreFiles files;                // the descriptor, the journal's path, the directory
+  StoreFiles files;                // the descriptor (borrowed from StoreFile()), the journal's path, the directory
   const char* path = nullptr;
   bool readOnly = false;  // the file could only be opened for reading
   int readOnlyBecause = 0;  // then the errno of the open for writing
   pthread_rwlock_t lock{};
 };
 constinit StoreState gStore;
+// The owner of the store's descriptor while it is open; gStore.files.store
+// borrows it. A function's static, constant-initialised, so that nothing runs
+// before main.
+UniqueFile& StoreFile() {
+  static constinit UniqueFile file;
+  return file;
+}
 // The errno behind the last failed open of the store file (SimpleStoreOpenError).
 constinit int gOpenError = 0;
 
@@ -117,24 +124,23 @@ class StoreLockGuard {
 // opened for reading, and every change is refused later through its own
 // failure path.
 [[nodiscard]] NTSTATUS OpenStoreFile(std::uint32_t options) {
-  UniqueFile file;
-  NTSTATUS status = OpenRegularFile(gStore.path, FILE_ACCESS_READ_WRITE, options, file.out());
+  FileOpen opened = OpenRegularFile(gStore.path, FILE_ACCESS_READ_WRITE, options);
   bool readOnly = false;
-  const int writeError = errno;
-  if (!NT_SUCCESS(status) && (errno == EROFS || errno == EACCES || errno == EPERM)) {
-    status = OpenRegularFile(gStore.path, FILE_ACCESS_READ, 0, file.out());
-    readOnly = NT_SUCCESS(status);
+  const int writeError = opened.error;
+  if (!NT_SUCCESS(opened.status) && (writeError == EROFS || writeError == EACCES || writeError == EPERM)) {
+    opened = OpenRegularFile(gStore.path, FILE_ACCESS_READ, 0);
+    readOnly = NT_SUCCESS(opened.status);
     if (readOnly) {
       TraceError(kComponent, "The store %s cannot be opened for writing; opened read-only", gStore.path);
     }
   }
-  if (!NT_SUCCESS(status)) {
-    gOpenError = status == STATUS_FILE_INVALID ? 0 : errno;
-    TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", gStore.path, status);
-    return status;
+  if (!NT_SUCCESS(opened.status)) {
+    gOpenError = opened.status == STATUS_FILE_INVALID ? 0 : opened.error;
+    TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", gStore.path, opened.status);
+    return opened.status;
   }
-  UniqueFile(gStore.files.store).reset();  // the old descriptor, if any
-  gStore.files.store = file.release();
+  StoreFile() = std::move(opened.file);  // closes the old descriptor, if any
+  gStore.files.store = StoreFile().get();
   gStore.readOnly = readOnly;
   gStore.readOnlyBecause = readOnly ? writeError : 0;
   return STATUS_SUCCESS;
@@ -477,7 +483,8 @@ void CloseSimpleStore() {
   if (gStore.buffer == nullptr) {
     return;
   }
-  UniqueFile(std::exchange(gStore.files.store, kInvalidFile)).reset();
+  StoreFile().reset();
+  gStore.files.store = kInvalidFile;
   gStore.files.journalPath = nullptr;
   gStore.files.directory = nullptr;
   gStore.path = nullptr;

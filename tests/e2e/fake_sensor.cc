@@ -23,6 +23,7 @@
 #include <string>
 
 #include "runtime/pidfile.h"
+#include "runtime/pidfile_writer.h"
 
 namespace {
 
