@@ -19,6 +19,7 @@
 #include "options/option_context.h"
 #include "options/value_print.h"
 #include "options/reload.h"
+#include "runtime/fd.h"
 #include "runtime/file.h"
 #include "runtime/namespace.h"
 #include "runtime/pool.h"
@@ -82,7 +83,7 @@ void FillLongOptions(option (&longOptions)[kOptionCount + 1]) {
 // bounded like the store's lock. Returns false after printing the one line of
 // the failure; nothing has been opened or stored then.
 bool ReadCredentialFiles(int argc, char** argv, CredentialValues* values) {
-  PoolBuffer copy((static_cast<std::size_t>(argc) + 1) * sizeof(char*), TAG_TOOL);
+  PoolBuffer copy((static_cast<std::size_t>(argc) + 1) * sizeof(char*), kTagTool);
   if (!copy) {
     return true;  // nothing read: a handler then refuses the "@PATH" text itself
   }
@@ -130,7 +131,7 @@ bool ReadCredentialFiles(int argc, char** argv, CredentialValues* values) {
     if (!row.credential || given[i] == nullptr || given[i][0] != '@') {
       continue;
     }
-    PoolBuffer text(kValueFileBuffer, TAG_TOOL);
+    PoolBuffer text(kValueFileBuffer, kTagTool);
     std::size_t length = 0;
     const int error = text ? ReadValueFile(given[i] + 1, deadline, std::span<char, kValueFileBuffer>(
                                                                        text.as<char>(), kValueFileBuffer),
@@ -166,9 +167,11 @@ void ReserveStandardDescriptors() {
     if (fd == 1) {
       gStandardOutputWasClosed = true;
     }
-    const int reserved = open("/dev/null", O_RDWR);
-    if (reserved != fd && reserved >= 0) {
-      (void)close(reserved);  // not the slot we meant to fill: leave things as they were
+    // Kept open for the whole run when it took the slot; closed again when it
+    // took another one, which leaves things as they were.
+    UniqueFile reserved(open("/dev/null", O_RDWR));
+    if (reserved.get() == fd) {
+      (void)reserved.release();
     }
   }
 }

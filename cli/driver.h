@@ -10,10 +10,10 @@
 [[nodiscard]] int RunDriver(int argc, char** argv);
 
 // What RunDriver does after its start-up: parse, mode checks and dispatch,
-// against the configuration store that the caller opened. Clears the marks the
-// previous parse left in the option table and the parser's own state first, so
-// a process may run several command lines (the command-line fuzzer does). Same
-// exit statuses as RunDriver.
+// against the configuration store that the caller opened. Every run's state is
+// its own and the C library's parser is reset first (optind = 0), so a process
+// may run several command lines (the command-line fuzzer does). Same exit
+// statuses as RunDriver.
 [[nodiscard]] int RunCommandLine(int argc, char** argv);
 
 // Ends every run the same way, whatever path RunDriver took: closes the

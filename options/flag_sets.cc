@@ -222,7 +222,7 @@ NTSTATUS HandleFeature(OptionContext* context, const char* value) {
   }
   // The split works on a heap copy, freed by its owner on every path.
   const std::size_t size = std::strlen(value) + 1;
-  PoolBuffer copy(size, TAG_TOOL);
+  PoolBuffer copy(size, kTagTool);
   if (!copy) {
     PrintDiagnostic("Out of Memory, giving up\n");
     return STATUS_NO_MEMORY;

@@ -77,7 +77,7 @@ NTSTATUS ReadRfmHistory(RfmHistoryEntry** entries, std::uint32_t* count) {
   // Absent, stored empty, or unreadable (a damaged store): all read as no history.
   if (status != STATUS_BUFFER_TOO_SMALL || length == 0) return STATUS_NOT_FOUND;
 
-  PoolBuffer buffer(length, TAG_TOOL);
+  PoolBuffer buffer(length, kTagTool);
   if (!buffer) {
     TraceError(TRACE_COMPONENT_CORE, "Could not allocate RFM-history buffer");
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -102,7 +102,7 @@ namespace {
 [[nodiscard]] NTSTATUS ReadRfmHistoryOwned(PoolBuffer* entries, std::uint32_t* count) {
   RfmHistoryEntry* array = nullptr;
   const NTSTATUS status = ReadRfmHistory(&array, count);
-  *entries = PoolBuffer::Adopt(array, TAG_TOOL);
+  *entries = PoolBuffer::Adopt(array, kTagTool);
   return status;
 }
 

@@ -18,7 +18,7 @@ inline constexpr std::uint32_t kRfmHistoryEntrySize = 12;
 
 // Reads the whole RFMHistory value (through context->store) into a new array
 // of *count entries (a trailing part shorter than one entry is ignored, so
-// *count may be 0). The caller frees *entries with TvFreePoolWithTag(*entries, TAG_TOOL). Statuses:
+// *count may be 0). The caller frees *entries with TvFreePoolWithTag(*entries, kTagTool). Statuses:
 // STATUS_SUCCESS; STATUS_NOT_FOUND when the value is absent, empty or its first
 // read fails in any way; STATUS_INSUFFICIENT_RESOURCES; the second read's
 // status. Out-parameters are written only on success.

@@ -32,7 +32,7 @@ bool MatchName(const RegistryNode* node, const void* key) {
 
 void DestroyPlainNode(RegistryNode* node) {
   node->~RegistryNode();
-  TvFreePoolWithTag(node, TAG_REGISTRY);
+  TvFreePoolWithTag(node, kTagRegistry);
 }
 
 void DestroyNamedNode(RegistryNode* node) {
@@ -41,7 +41,7 @@ void DestroyNamedNode(RegistryNode* node) {
 }
 
 void DestroyAttributeNode(RegistryNode* node) {
-  TvFreePoolWithTag(node->Data, TAG_REGISTRY);
+  TvFreePoolWithTag(node->Data, kTagRegistry);
   node->Data = nullptr;
   DestroyNamedNode(node);
 }
@@ -70,7 +70,7 @@ struct NodeDestroyer {
 using NodePtr = std::unique_ptr<RegistryNode, NodeDestroyer>;
 
 NodePtr NewNode(RegistryRoot* root, RegistryNodeKind kind, RegistryNode* parent) {
-  void* memory = TvAllocatePoolWithTag(sizeof(RegistryNode), TAG_REGISTRY);
+  void* memory = TvAllocatePoolWithTag(sizeof(RegistryNode), kTagRegistry);
   if (memory == nullptr) {
     return NodePtr();
   }
@@ -286,14 +286,14 @@ void DestroySubtree(RegistryNode* node) {
   }
 
   if (attribute->Data != nullptr) {
-    TvFreePoolWithTag(attribute->Data, TAG_REGISTRY);
+    TvFreePoolWithTag(attribute->Data, kTagRegistry);
     attribute->Data = nullptr;
     record->Registry->Dirty = 1;  // the stored value is gone
   }
   attribute->DataLength = 0;
 
   const std::uint32_t size = value->BufferSize;
-  PoolBuffer data(size, TAG_REGISTRY);
+  PoolBuffer data(size, kTagRegistry);
   if (!data) {
     return STATUS_INSUFFICIENT_RESOURCES;
   }
@@ -334,7 +334,7 @@ void DestroySubtree(RegistryNode* node) {
 }
 
 [[nodiscard]] NTSTATUS OpenEnumerationOp(RegistryNode* parent, void*, RegistryEnumeration** out) {
-  void* memory = TvAllocatePoolWithTag(sizeof(RegistryEnumeration), TAG_REGISTRY);
+  void* memory = TvAllocatePoolWithTag(sizeof(RegistryEnumeration), kTagRegistry);
   if (memory == nullptr) {
     *out = nullptr;
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -344,7 +344,7 @@ void DestroySubtree(RegistryNode* node) {
 }
 
 [[nodiscard]] NTSTATUS CloseEnumerationOp(RegistryEnumeration* enumeration) {
-  TvFreePoolWithTag(enumeration, TAG_REGISTRY);
+  TvFreePoolWithTag(enumeration, kTagRegistry);
   return STATUS_SUCCESS;
 }
 
@@ -422,7 +422,7 @@ constexpr UNICODE_STRING kListName = TvConstantString(kSystemTagListName);
   if (status != STATUS_SUCCESS && status != STATUS_BUFFER_TOO_SMALL) {
     return status;
   }
-  PoolBuffer list(sizeQuery.DataSize, TAG_REGISTRY);
+  PoolBuffer list(sizeQuery.DataSize, kTagRegistry);
   if (!list) {
     return STATUS_NO_MEMORY;
   }

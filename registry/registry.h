@@ -14,7 +14,7 @@
 // with other users; the caller serialises them.
 //
 // Memory: the root, nodes, attribute data and enumerations come from
-// TvAllocatePoolWithTag with tag index TAG_REGISTRY (684).
+// TvAllocatePoolWithTag with tag index kTagRegistry (684).
 #pragma once
 
 #include <cstdint>

@@ -79,7 +79,7 @@ constexpr int kFlushAttempts = 3;
 
 void FreePaths() {
   RtlFreeUnicodeString(&gRegistryPath);
-  TvFreePoolWithTag(gTempPath.Buffer, TAG_REGISTRY);
+  TvFreePoolWithTag(gTempPath.Buffer, kTagRegistry);
   gTempPath = UNICODE_STRING{0, 0, nullptr};
 }
 
@@ -90,7 +90,7 @@ void FreePaths() {
   if (tempBytes >= fmt::kTempPathBufferLimit) {
     return STATUS_INVALID_PARAMETER;
   }
-  PoolBuffer temp(tempBytes, TAG_REGISTRY);
+  PoolBuffer temp(tempBytes, kTagRegistry);
   if (!temp) {
     return STATUS_NO_MEMORY;
   }
@@ -162,7 +162,7 @@ class Parser {
     if (length >= fmt::kNameLengthLimit || length > Remaining()) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
-    storage = PoolBuffer(length, TAG_REGISTRY);
+    storage = PoolBuffer(length, kTagRegistry);
     if (!storage) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
@@ -423,7 +423,7 @@ RundownGuard* RegistryRundownGuard() { return &gGuard; }
                static_cast<unsigned long long>(length));
     return STATUS_FILE_INVALID;
   }
-  PoolBuffer buffer(static_cast<std::size_t>(length), TAG_REGISTRY);
+  PoolBuffer buffer(static_cast<std::size_t>(length), kTagRegistry);
   if (!buffer) {
     TraceError(TRACE_COMPONENT_REGISTRY, "Failed to allocate the registry image: %!STATUS!", STATUS_NO_MEMORY);
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -456,7 +456,7 @@ RundownGuard* RegistryRundownGuard() { return &gGuard; }
   }
   const std::string_view text(path.c_str(), path.size());
   const std::size_t slash = text.rfind('/');
-  PoolBuffer copy(slash == std::string_view::npos ? 2 : slash + 2, TAG_REGISTRY);
+  PoolBuffer copy(slash == std::string_view::npos ? 2 : slash + 2, kTagRegistry);
   if (!copy) {
     return STATUS_INSUFFICIENT_RESOURCES;
   }
@@ -585,7 +585,7 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
     return status;
   }
 
-  PoolBuffer rootMemory(sizeof(RegistryRoot), TAG_REGISTRY);
+  PoolBuffer rootMemory(sizeof(RegistryRoot), kTagRegistry);
   if (!rootMemory) {
     UnlockRegistryDirectory();
     FreePaths();  // back to the closed state
@@ -687,7 +687,7 @@ void CloseRegistry() {
   DestroyRecursiveLockBlock(&root->Lock);
   gRoot.store(nullptr);
   root->~RegistryRoot();
-  TvFreePoolWithTag(root, TAG_REGISTRY);
+  TvFreePoolWithTag(root, kTagRegistry);
   FreePaths();
   UnlockRegistryDirectory();
 }

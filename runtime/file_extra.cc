@@ -200,7 +200,7 @@ NTSTATUS CreateDirectory(const UNICODE_STRING* path, bool trimLastComponent) {
     TraceError(TRACE_COMPONENT_CORE, "Could not convert unicode path '%wZ' to UTF-8: %!STATUS!", path, status);
     return status;
   }
-  PoolBuffer owner = PoolBuffer::Adopt(text, TAG_UTF8_BUFFER);
+  PoolBuffer owner = PoolBuffer::Adopt(text, kTagUtf8Buffer);
 
   if (trimLastComponent) {
     // Walk back to the nearest '/' (a trailing slash counts) and end the text
@@ -389,7 +389,7 @@ NTSTATUS ResolvePath(const ANSI_STRING* path, ANSI_STRING* result) {
   const char* input = path->Buffer;
   PoolBuffer copy;
   if (path->Length >= path->MaximumLength || path->Buffer[path->Length] != '\0') {
-    copy = PoolBuffer(std::size_t{path->Length} + 1, TAG_PATH_BUFFER);
+    copy = PoolBuffer(std::size_t{path->Length} + 1, kTagPathBuffer);
     if (!copy) {
       return STATUS_INSUFFICIENT_RESOURCES;
     }
@@ -398,7 +398,7 @@ NTSTATUS ResolvePath(const ANSI_STRING* path, ANSI_STRING* result) {
     input = copy.as<char>();
   }
 
-  PoolBuffer buffer(kRealpathBufferSize, TAG_PATH_BUFFER);
+  PoolBuffer buffer(kRealpathBufferSize, kTagPathBuffer);
   if (!buffer) {
     TraceError(TRACE_COMPONENT_TELEMETRY, "Failed to allocate a buffer for realpath");
     return STATUS_INSUFFICIENT_RESOURCES;

@@ -1,4 +1,5 @@
 #include "runtime/file.h"
+#include "runtime/file_extra.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -88,17 +89,23 @@ TEST_F(FileTest, OpenChecksArgumentsFirstAndPassesOptions) {
   EXPECT_FALSE(fifo.file);
 }
 
-TEST_F(FileTest, LengthReadsAndWrites) {
+TEST_F(FileTest, LengthOffsetsReadsAndWrites) {
   WriteText(P("f"), "0123456789");
   const FileOpen f = OpenFile(P("f").c_str(), FILE_ACCESS_READ, 0);
   ASSERT_EQ(f.status, STATUS_SUCCESS);
   char buf[16] = {};
   std::uint32_t count = 0;
   ASSERT_EQ(ReadFile(f.file.get(), buf, 4, &count), STATUS_SUCCESS);
-  std::uint64_t length = 0;
+  std::uint64_t length = 0, offset = 0;
   EXPECT_EQ(GetFileLength(f.file.get(), &length), STATUS_SUCCESS);
   EXPECT_EQ(length, 10u);
-  EXPECT_EQ(lseek(f.file.get(), 0, SEEK_CUR), 4);  // the length leaves the offset where it was
+  ASSERT_EQ(GetFileOffset(f.file.get(), &offset), STATUS_SUCCESS);
+  EXPECT_EQ(offset, 4u);  // the length left it where it was
+  for (const auto& [move, origin, status, at] :
+       {std::tuple{2, 1u, STATUS_SUCCESS, 6}, {-3, 2u, STATUS_SUCCESS, 7}, {0, 3u, STATUS_INVALID_PARAMETER, 7}}) {
+    EXPECT_EQ(SetFileOffset(f.file.get(), move, origin), status) << move << " from " << origin;
+    EXPECT_EQ(lseek(f.file.get(), 0, SEEK_CUR), at);
+  }
   count = 7;  // a failed write (read-only descriptor) reports nothing written
   EXPECT_EQ(WriteFile(f.file.get(), "x", 1, &count), STATUS_UNSUCCESSFUL);
   EXPECT_EQ(count, 0u);
@@ -113,6 +120,47 @@ TEST_F(FileTest, RenameWithoutReplaceKeepsBothFiles) {
   EXPECT_EQ(RenameFile(Wide(P("a")).get(), Wide(P("b")).get(), true), STATUS_SUCCESS);
   EXPECT_EQ(ReadWholeFile(P("b")), "source");
   EXPECT_EQ(RenameFile(Wide(P("gone")).get(), Wide(P("d")).get(), true), STATUS_OBJECT_NAME_NOT_FOUND);
+}
+
+// The kernel-style wrappers of runtime/file_extra.h: what they add to those above.
+TEST_F(FileTest, KernelStyleOpensWriteTheDescriptorOnEveryPath) {
+  WriteText(P("keep"), "content");
+  EXPECT_EQ(OpenFile(P("keep").c_str(), FILE_ACCESS_READ, 0, nullptr), STATUS_INVALID_PARAMETER);
+  for (const auto& [path, access, status] : {std::tuple{P("none"), 1u, STATUS_OBJECT_NAME_NOT_FOUND},
+                                             {P("keep"), 0u, STATUS_INVALID_PARAMETER}}) {
+    FileHandle fd = 42;
+    EXPECT_EQ(OpenFile(path.c_str(), access, 0, &fd), status) << path;
+    EXPECT_EQ(fd, kInvalidFile);
+  }
+  FileHandle fd = kInvalidFile;
+  ASSERT_EQ(OpenFileUnicode(Wide(P("keep")).get(), FILE_ACCESS_READ, 0, &fd), STATUS_SUCCESS);
+  EXPECT_EQ(CloseFile(fd), STATUS_SUCCESS);
+  EXPECT_EQ(CloseFile(fd), STATUS_UNSUCCESSFUL);  // already closed
+}
+
+TEST_F(FileTest, SafeDeleteTakesOnlyCanonicalPaths) {
+  char real[PATH_MAX];
+  ASSERT_NE(realpath(dir_.path().c_str(), real), nullptr);
+  const std::string base = real;
+  ASSERT_EQ(mkdir((base + "/d").c_str(), 0700), 0);
+  WriteText(base + "/d/f", "x");
+  ASSERT_EQ(symlink((base + "/d").c_str(), (base + "/ld").c_str()), 0);
+  ASSERT_EQ(symlink((base + "/d/f").c_str(), (base + "/lf").c_str()), 0);
+  char cwd[PATH_MAX];
+  ASSERT_NE(getcwd(cwd, sizeof(cwd)), nullptr);
+  ASSERT_EQ(chdir(base.c_str()), 0);  // so the relative "d/f" names the file
+  for (const std::string& path : {base + "/ld/f", base + "/lf", std::string("d/f"), base + "/d//f", base + "/./d/f"}) {
+    const auto mark = LogMark();
+    EXPECT_EQ(SafeDeleteFile(Wide(path).get()), STATUS_FILE_INVALID) << path;
+    EXPECT_TRUE(Contains(LogSince(mark), "Found non-canonical path during safe delete '" + path + "'")) << path;
+  }
+  ASSERT_EQ(chdir(cwd), 0);
+  EXPECT_EQ(ReadWholeFile(base + "/d/f"), "x");
+  EXPECT_EQ(access((base + "/lf").c_str(), F_OK), 0);  // the link itself stays too
+  EXPECT_EQ(SafeDeleteFile(Wide(base + "/d/f").get()), STATUS_SUCCESS);
+  EXPECT_NE(access((base + "/d/f").c_str(), F_OK), 0);
+  EXPECT_EQ(SafeDeleteFile(Wide(base + "/d/f").get()), STATUS_PATH_NOT_EXPANDED);
+  EXPECT_EQ(DeleteFileUnicode(Wide(base + "/d/f").get()), STATUS_OBJECT_NAME_NOT_FOUND);
 }
 
 }  // namespace

@@ -167,6 +167,15 @@ int ReadFdInfo(std::int32_t pid, const char* fd, char* text, std::size_t size, s
   return 0;
 }
 
+// The next entry of `directory`; null at its end (*error 0) or when readdir
+// fails (*error its errno), whatever errno held before the call.
+const dirent* NextEntry(DIR* directory, int* error) {
+  errno = 0;
+  const dirent* entry = readdir(directory);
+  *error = entry == nullptr ? errno : 0;
+  return entry;
+}
+
 struct DirectoryCloser {
   void operator()(DIR* directory) const { (void)closedir(directory); }
 };
@@ -193,8 +202,8 @@ int PidFileLockHolderError(int file, std::int32_t pid) {
     return err;
   }
   bool opened = false;  // the process has the PID file open, locked or not
-  errno = 0;
-  while (const dirent* entry = readdir(descriptors.get())) {
+  int listError = 0;
+  while (const dirent* entry = NextEntry(descriptors.get(), &listError)) {
     struct stat target {};
     if (entry->d_name[0] == '.' || fstatat(dirfd(descriptors.get()), entry->d_name, &target, 0) != 0 ||
         target.st_dev != pidFile.st_dev || target.st_ino != pidFile.st_ino) {
@@ -207,12 +216,10 @@ int PidFileLockHolderError(int file, std::int32_t pid) {
     if (err == 0 && ShowsExclusiveFlock(std::string_view(text, length), pidFile.st_ino)) {
       return 0;
     }
-    errno = 0;
   }
-  if (errno != 0) {
-    const int err = errno;
-    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot list the descriptors of process %d: %!ERRNO!", pid, err);
-    return err;
+  if (listError != 0) {
+    TraceError(TRACE_COMPONENT_PIDFILE, "Cannot list the descriptors of process %d: %!ERRNO!", pid, listError);
+    return listError;
   }
   TraceError(TRACE_COMPONENT_PIDFILE,
              opened ? "Process %d has the PID file open but does not hold its lock: not the sensor"

@@ -32,15 +32,15 @@ constexpr std::array<TagText, kPoolTagCount> MakeTagTable() {
   for (std::uint32_t i = 0; i < kPoolTagCount; ++i) {
     table[i] = TagText{'T', HexDigit((i >> 8) & 0xF), HexDigit((i >> 4) & 0xF), HexDigit(i & 0xF)};
   }
-  table[TAG_STRING_BUFFER] = TagText{'S', 't', 'r', 'g'};
-  table[TAG_STRING_OBJECT] = TagText{'S', 't', 'r', 'O'};
-  table[TAG_OWNED_MUTEX] = TagText{'M', 't', 'x', 'O'};
-  table[TAG_RECURSIVE_LOCK] = TagText{'R', 'L', 'c', 'k'};
-  table[TAG_UTF8_BUFFER] = TagText{'U', 't', 'f', '8'};
-  table[TAG_SIMPLE_STORE] = TagText{'S', 'S', 't', 'r'};
-  table[TAG_PATH_BUFFER] = TagText{'P', 'a', 't', 'h'};
-  table[TAG_TOOL] = TagText{'C', 't', 'l', 'T'};
-  table[TAG_REGISTRY] = TagText{'R', 'e', 'g', 'y'};
+  table[kTagStringBuffer] = TagText{'S', 't', 'r', 'g'};
+  table[kTagStringObject] = TagText{'S', 't', 'r', 'O'};
+  table[kTagOwnedMutex] = TagText{'M', 't', 'x', 'O'};
+  table[kTagRecursiveLock] = TagText{'R', 'L', 'c', 'k'};
+  table[kTagUtf8Buffer] = TagText{'U', 't', 'f', '8'};
+  table[kTagSimpleStore] = TagText{'S', 'S', 't', 'r'};
+  table[kTagPathBuffer] = TagText{'P', 'a', 't', 'h'};
+  table[kTagTool] = TagText{'C', 't', 'l', 'T'};
+  table[kTagRegistry] = TagText{'R', 'e', 'g', 'y'};
   return table;
 }
 
@@ -49,9 +49,9 @@ constexpr std::array<TagText, kPoolTagCount> kTagTable = MakeTagTable();
 constexpr bool TagsDistinct() {
   // Generated labels differ from each other by construction; check that no
   // readable label equals any other entry.
-  constexpr std::uint32_t named[] = {TAG_STRING_BUFFER, TAG_STRING_OBJECT, TAG_OWNED_MUTEX,
-                                     TAG_RECURSIVE_LOCK, TAG_UTF8_BUFFER,  TAG_SIMPLE_STORE,
-                                     TAG_PATH_BUFFER,   TAG_TOOL,          TAG_REGISTRY};
+  constexpr std::uint32_t named[] = {kTagStringBuffer, kTagStringObject, kTagOwnedMutex,
+                                     kTagRecursiveLock, kTagUtf8Buffer,  kTagSimpleStore,
+                                     kTagPathBuffer,   kTagTool,          kTagRegistry};
   for (std::uint32_t n : named) {
     for (std::uint32_t i = 0; i < kPoolTagCount; ++i) {
       if (i != n && kTagTable[i] == kTagTable[n]) return false;
@@ -60,7 +60,7 @@ constexpr bool TagsDistinct() {
   return true;
 }
 static_assert(TagsDistinct(), "pool tag labels must be distinct");
-static_assert(kTagTable[TAG_STRING_BUFFER] == TagText{'S', 't', 'r', 'g'});
+static_assert(kTagTable[kTagStringBuffer] == TagText{'S', 't', 'r', 'g'});
 
 constexpr char kUnknownTag[4] = {'?', '?', '?', '?'};
 

@@ -11,15 +11,15 @@
 // Tag indices used across the runtime. The table holds 1280 four-character tags;
 // an index of 1280 or above is labelled "????".
 inline constexpr std::uint32_t kPoolTagCount = 1280;
-inline constexpr std::uint32_t TAG_STRING_BUFFER = 2;     // "Strg": buffers owned by a descriptor
-inline constexpr std::uint32_t TAG_STRING_OBJECT = 8;     // string objects with inline storage
-inline constexpr std::uint32_t TAG_OWNED_MUTEX = 129;
-inline constexpr std::uint32_t TAG_RECURSIVE_LOCK = 130;
-inline constexpr std::uint32_t TAG_UTF8_BUFFER = 290;     // UTF-8 buffers returned by conversion
-inline constexpr std::uint32_t TAG_SIMPLE_STORE = 300;    // the configuration store's image
-inline constexpr std::uint32_t TAG_PATH_BUFFER = 301;     // realpath buffers
-inline constexpr std::uint32_t TAG_TOOL = 302;            // option handlers' scratch buffers
-inline constexpr std::uint32_t TAG_REGISTRY = 684;
+inline constexpr std::uint32_t kTagStringBuffer = 2;      // "Strg": buffers owned by a descriptor
+inline constexpr std::uint32_t kTagStringObject = 8;      // string objects with inline storage
+inline constexpr std::uint32_t kTagOwnedMutex = 129;
+inline constexpr std::uint32_t kTagRecursiveLock = 130;
+inline constexpr std::uint32_t kTagUtf8Buffer = 290;      // UTF-8 buffers returned by conversion
+inline constexpr std::uint32_t kTagSimpleStore = 300;     // the configuration store's image
+inline constexpr std::uint32_t kTagPathBuffer = 301;      // realpath buffers
+inline constexpr std::uint32_t kTagTool = 302;            // option handlers' scratch buffers
+inline constexpr std::uint32_t kTagRegistry = 684;
 
 // Returns a 16-byte-aligned block of at least `size` bytes, or null after logging
 // "Allocation failure.". The caller owns the block and frees it with

@@ -78,13 +78,13 @@ void RtlInitAnsiString(ANSI_STRING* dest, const char* source) {
 
 void RtlFreeAnsiString(ANSI_STRING* s) {
   if (s == nullptr || s->Buffer == nullptr) return;
-  TvFreePoolWithTag(s->Buffer, TAG_STRING_BUFFER);
+  TvFreePoolWithTag(s->Buffer, kTagStringBuffer);
   *s = ANSI_STRING{0, 0, nullptr};
 }
 
 void RtlFreeUnicodeString(UNICODE_STRING* s) {
   if (s == nullptr || s->Buffer == nullptr) return;
-  TvFreePoolWithTag(s->Buffer, TAG_STRING_BUFFER);
+  TvFreePoolWithTag(s->Buffer, kTagStringBuffer);
   *s = UNICODE_STRING{0, 0, nullptr};
 }
 
@@ -134,7 +134,7 @@ NTSTATUS RtlDuplicateUnicodeString(std::uint32_t flags, const UNICODE_STRING* so
   }
   if (length == 0 && (flags & RTL_DUPLICATE_UNICODE_STRING_ALLOCATE_NULL_STRING) == 0) return STATUS_SUCCESS;
 
-  auto* buffer = static_cast<WCHAR*>(TvAllocatePoolWithTag(size, TAG_STRING_BUFFER));
+  auto* buffer = static_cast<WCHAR*>(TvAllocatePoolWithTag(size, kTagStringBuffer));
   if (buffer == nullptr) return STATUS_NO_MEMORY;
   if (length != 0) std::memcpy(buffer, source->Buffer, length);
   if (terminate) buffer[length / kUnitBytes] = u'\0';
@@ -164,7 +164,7 @@ UNICODE_STRING* TvAllocateUnicodeString(std::uint32_t capacity) {
   }
   // Cannot overflow: capacity is below 32768 units.
   const std::size_t size = sizeof(UNICODE_STRING) + static_cast<std::size_t>(capacity) * kUnitBytes;
-  auto* s = static_cast<UNICODE_STRING*>(TvAllocatePoolWithTag(size, TAG_STRING_OBJECT));
+  auto* s = static_cast<UNICODE_STRING*>(TvAllocatePoolWithTag(size, kTagStringObject));
   if (s == nullptr) return nullptr;
   s->Length = 0;
   s->MaximumLength = static_cast<std::uint16_t>(capacity * kUnitBytes);
@@ -172,7 +172,7 @@ UNICODE_STRING* TvAllocateUnicodeString(std::uint32_t capacity) {
   return s;
 }
 
-void TvFreeUnicodeString(UNICODE_STRING* s) { TvFreePoolWithTag(s, TAG_STRING_OBJECT); }
+void TvFreeUnicodeString(UNICODE_STRING* s) { TvFreePoolWithTag(s, kTagStringObject); }
 
 std::size_t TvWideStringLength(const WCHAR* text) {
   if (text == nullptr) return 0;

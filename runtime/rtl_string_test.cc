@@ -42,7 +42,7 @@ UNICODE_STRING Over(std::u16string_view text) {
 }
 
 TEST(PoolTest, HeaderAlignmentFailuresAndCheckedAdds) {
-  for (const auto& [size, tag, label] : {std::tuple{0ul, TAG_STRING_BUFFER, "Strg"}, {33ul, kPoolTagCount, "????"}}) {
+  for (const auto& [size, tag, label] : {std::tuple{0ul, kTagStringBuffer, "Strg"}, {33ul, kPoolTagCount, "????"}}) {
     void* block = TvAllocatePoolWithTag(size, tag);  // a 0-byte request still gets a 1-byte block
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
@@ -59,7 +59,7 @@ TEST(PoolTest, HeaderAlignmentFailuresAndCheckedAdds) {
   EXPECT_EQ(TvAllocateUnicodeString(32768), nullptr);
 
   const auto mark = vt_test::LogMark();
-  EXPECT_EQ(TvAllocatePoolWithTag(SIZE_MAX - 20, TAG_TOOL), nullptr);
+  EXPECT_EQ(TvAllocatePoolWithTag(SIZE_MAX - 20, kTagTool), nullptr);
   std::uint16_t r16 = 7;
   EXPECT_EQ(TvCheckedAdd16(0xFFFD, 2, &r16, "a16"), STATUS_SUCCESS);
   EXPECT_EQ(TvCheckedAdd16(r16, 1, &r16, "Adding a terminator"), STATUS_INTEGER_OVERFLOW);

@@ -1,8 +1,10 @@
 // Status codes. An NTSTATUS is a signed 32-bit value: success when not negative,
 // failure otherwise (warnings such as STATUS_BUFFER_OVERFLOW count as failures).
 // The top two bits carry the severity: 00 success, 01 informational, 10 warning,
-// 11 error. Every fallible runtime operation returns one; callers test only the
-// sign and pass the first failure upwards unchanged.
+// 11 error. The runtime's kernel-style operations return one (the PID file's
+// reader, which returns a negative errno, is the exception), and
+// runtime/posix_error.h says how a failed C library call becomes one. Callers
+// test only the sign.
 #pragma once
 
 #include <cstdint>

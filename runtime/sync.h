@@ -1,19 +1,16 @@
-// Locks, events and time. Kernel-style synchronisation objects on POSIX threads,
-// eventfd and ppoll. Every object is a plain structure owned by its user; nothing
-// here is global and nothing allocates except lock initialisation.
+// Locks, events and time: the kernel-style synchronisation objects the registry
+// uses (SyncEvent, RundownGuard, RecursiveLockBlock), on POSIX threads. Every
+// object is a plain structure owned by its user; nothing here allocates, and
+// the only global is the test hooks' table (runtime/sync_for_testing.h). The
+// rest of the family is in runtime/sync_extra.h.
 //
-// Common convention: objects with a state word start prepared
-// (STATUS_NOT_INITIALIZED_SYNC), become usable when their initialisation sets
-// STATUS_SUCCESS, and destruction tears the POSIX object down only when the state
-// is not negative. Owner fields hold pthread_self() (0: none); they are written
-// with sequentially consistent exchanges and read with plain (relaxed) loads:
-// only the owning thread can find its own identity there, so the test is
-// reliable for the caller.
+// Owner fields hold pthread_self() (0: none); they are written with
+// sequentially consistent exchanges and read with plain (relaxed) loads: only
+// the owning thread can find its own identity there, so the test is reliable
+// for the caller.
 //
-// Time-outs are signed 32-bit milliseconds. Waits on mutexes and condition
-// variables use absolute CLOCK_REALTIME deadlines; waits on eventfds use
-// CLOCK_MONOTONIC deadlines and a relative time-out recomputed after every early
-// return.
+// Time-outs are signed 32-bit milliseconds; the waits use absolute
+// CLOCK_REALTIME deadlines.
 #pragma once
 
 #include <pthread.h>

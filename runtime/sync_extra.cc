@@ -12,7 +12,9 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
+#include "runtime/fd.h"
 #include "runtime/pool.h"
 #include "runtime/trace.h"
 
@@ -28,7 +30,7 @@ void PrepareRecursiveLock(RecursiveLock* lock) {
 }
 
 NTSTATUS InitializeRecursiveLock(RecursiveLock* lock) {
-  void* memory = TvAllocatePoolWithTag(sizeof(RecursiveLockBlock), TAG_RECURSIVE_LOCK);
+  void* memory = TvAllocatePoolWithTag(sizeof(RecursiveLockBlock), kTagRecursiveLock);
   if (memory == nullptr) {
     return STATUS_INSUFFICIENT_RESOURCES;
   }
@@ -52,7 +54,7 @@ void DeleteRecursiveLock(RecursiveLock* lock) {
       DestroyRecursiveLockBlock(lock->Block);
     }
     lock->Block->~RecursiveLockBlock();
-    TvFreePoolWithTag(lock->Block, TAG_RECURSIVE_LOCK);
+    TvFreePoolWithTag(lock->Block, kTagRecursiveLock);
   }
   PrepareRecursiveLock(lock);
 }
@@ -66,7 +68,7 @@ void PrepareOwnedMutex(OwnedMutex* mutex) {
 }
 
 NTSTATUS InitializeOwnedMutex(OwnedMutex* mutex) {
-  void* memory = TvAllocatePoolWithTag(sizeof(OwnedMutexBlock), TAG_OWNED_MUTEX);
+  void* memory = TvAllocatePoolWithTag(sizeof(OwnedMutexBlock), kTagOwnedMutex);
   if (memory == nullptr) {
     return STATUS_INSUFFICIENT_RESOURCES;
   }
@@ -99,7 +101,7 @@ void DeleteOwnedMutex(OwnedMutex* mutex) {
       pthread_mutex_destroy(&mutex->Block->Mutex);
     }
     mutex->Block->~OwnedMutexBlock();
-    TvFreePoolWithTag(mutex->Block, TAG_OWNED_MUTEX);
+    TvFreePoolWithTag(mutex->Block, kTagOwnedMutex);
   }
   PrepareOwnedMutex(mutex);
 }
@@ -270,8 +272,5 @@ NTSTATUS TvWaitForMultipleEvents(TvEvent* const* events, std::uint32_t count, st
 }
 
 void TvCloseEvent(TvEvent* event) {
-  if (event->Descriptor >= 0) {
-    close(event->Descriptor);
-  }
-  event->Descriptor = -1;
+  UniqueFile(std::exchange(event->Descriptor, kInvalidFile)).reset();  // closes a descriptor >= 0
 }

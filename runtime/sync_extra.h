@@ -1,7 +1,12 @@
 // The synchronisation objects of runtime/sync.h's family that the tool never
 // uses: RecursiveLock (with an allocated block), OwnedMutex, RwLock and TvEvent.
 // Kept, built and tested as the runtime's API, in a library the tool does not
-// link. Same conventions as runtime/sync.h.
+// link. Same conventions as runtime/sync.h, and: objects with a state word
+// start prepared (STATUS_NOT_INITIALIZED_SYNC), become usable when their
+// initialisation sets STATUS_SUCCESS, and destruction tears the POSIX object
+// down only when the state is not negative. Waits on eventfds use
+// CLOCK_MONOTONIC deadlines and a relative time-out recomputed after every
+// early return.
 #pragma once
 
 #include <pthread.h>

@@ -168,13 +168,13 @@ NTSTATUS RtlUnicodeStringToAnsiString(ANSI_STRING* dest, const UNICODE_STRING* s
   }
 
   *dest = ANSI_STRING{0, 0, nullptr};
-  auto* buffer = static_cast<char*>(TvAllocatePoolWithTag(size, TAG_STRING_BUFFER));
+  auto* buffer = static_cast<char*>(TvAllocatePoolWithTag(size, kTagStringBuffer));
   if (buffer == nullptr) return STATUS_NO_MEMORY;
   // The encoder gets exactly one byte per unit: non-ASCII text does not fit.
   std::size_t count = 0;
   status = TvEncodeUtf8(text, textBytes, buffer, units, &count);
   if (!NT_SUCCESS(status)) {
-    TvFreePoolWithTag(buffer, TAG_STRING_BUFFER);
+    TvFreePoolWithTag(buffer, kTagStringBuffer);
     return status;
   }
   buffer[count] = '\0';
@@ -200,7 +200,7 @@ NTSTATUS TvUnicodeStringToUtf8(char** out, std::size_t* length, const UNICODE_ST
   status = TvCheckedAdd32(count, 1, &size, "Couldn't add space for ANSI_NULL");
   if (!NT_SUCCESS(status)) return status;
 
-  PoolBuffer buffer(size, TAG_UTF8_BUFFER);
+  PoolBuffer buffer(size, kTagUtf8Buffer);
   if (!buffer) {
     TraceError(TRACE_COMPONENT_CORE, "Couldn't allocate buffer for utf-8 string");
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -229,7 +229,7 @@ NTSTATUS TvUtf8ToUnicodeString(std::string_view text, UNICODE_STRING* out) {
   if ((units + 1) * 2 > kUnicodeStringMaxBytes) {
     return STATUS_NAME_TOO_LONG;
   }
-  PoolBuffer buffer((units + 1) * sizeof(WCHAR), TAG_STRING_BUFFER);
+  PoolBuffer buffer((units + 1) * sizeof(WCHAR), kTagStringBuffer);
   if (!buffer) {
     return STATUS_NO_MEMORY;
   }

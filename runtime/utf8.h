@@ -55,7 +55,7 @@ inline void TvFormatGuid(const GUID& guid, char (&out)[kGuidTextLength + 1]) {
 
 // A new NUL-terminated UTF-8 copy (tag index 290) in *out; *length (optional)
 // receives its length without the terminator. The caller frees *out with
-// TvFreePoolWithTag(*out, TAG_UTF8_BUFFER).
+// TvFreePoolWithTag(*out, kTagUtf8Buffer).
 [[nodiscard]] NTSTATUS TvUnicodeStringToUtf8(char** out, std::size_t* length, const UNICODE_STRING* source);
 
 // RAII owner of a TvUnicodeStringToUtf8 result.
@@ -64,9 +64,9 @@ class Utf8String {
   Utf8String() = default;
   Utf8String(const Utf8String&) = delete;
   Utf8String& operator=(const Utf8String&) = delete;
-  ~Utf8String() { TvFreePoolWithTag(text_, TAG_UTF8_BUFFER); }
+  ~Utf8String() { TvFreePoolWithTag(text_, kTagUtf8Buffer); }
   [[nodiscard]] NTSTATUS Convert(const UNICODE_STRING* source) {
-    TvFreePoolWithTag(text_, TAG_UTF8_BUFFER);
+    TvFreePoolWithTag(text_, kTagUtf8Buffer);
     text_ = nullptr;
     length_ = 0;
     return TvUnicodeStringToUtf8(&text_, &length_, source);

@@ -69,7 +69,7 @@ TEST(ConversionTest, AnsiIsAsciiOnlyAndUtf8CopiesAreTerminated) {
     std::uint64_t blockSize = 0;  // exactly the text plus terminator
     std::memcpy(&blockSize, out - 16, sizeof blockSize);
     EXPECT_EQ(blockSize, expect.size() + 1);
-    TvFreePoolWithTag(out, TAG_UTF8_BUFFER);
+    TvFreePoolWithTag(out, kTagUtf8Buffer);
   }
   Utf8String s;  // a failed conversion leaves the owner empty
   const UNICODE_STRING good = Over(opt, 4), bad = Over(kMixed, 4);  // `bad` ends in a high surrogate

@@ -34,7 +34,7 @@ constexpr std::uint32_t kImageBytes = static_cast<std::uint32_t>(L::kImageSize);
 constexpr UNICODE_STRING kVendorDirectory = TvConstantString(u"" VANTOR_VENDOR_DIR "/");
 constexpr UNICODE_STRING kStoreFileName = TvConstantString(u"vantorstore");
 
-// The one allocation of an open store (TAG_SIMPLE_STORE): the journal record,
+// The one allocation of an open store (kTagSimpleStore): the journal record,
 // whose replaced image is the image the file held before a change and whose
 // intended image is the one being worked on; a scratch image for finishing a
 // cut write-back; and the store's path, the journal's path and their
@@ -360,7 +360,7 @@ template <typename Work>
   const std::size_t slash = std::string_view(path, length).rfind('/');
   const std::size_t directoryLength = slash == std::string_view::npos ? 1 : slash == 0 ? 1 : slash;
   const std::size_t size = kPathsOffset + (length + 1) + (length + sizeof J::kPathSuffix) + (directoryLength + 1);
-  auto* buffer = static_cast<std::uint8_t*>(TvAllocatePoolWithTag(size, TAG_SIMPLE_STORE));
+  auto* buffer = static_cast<std::uint8_t*>(TvAllocatePoolWithTag(size, kTagSimpleStore));
   if (buffer == nullptr) {
     TraceError(kComponent, "Failed store buffer allocation");
     return STATUS_INSUFFICIENT_RESOURCES;
@@ -490,7 +490,7 @@ void CloseSimpleStore() {
   gStore.path = nullptr;
   gStore.readOnly = false;
   gStore.readOnlyBecause = 0;
-  TvFreePoolWithTag(std::exchange(gStore.buffer, nullptr), TAG_SIMPLE_STORE);
+  TvFreePoolWithTag(std::exchange(gStore.buffer, nullptr), kTagSimpleStore);
   (void)pthread_rwlock_destroy(&gStore.lock);
 }
 

@@ -5,6 +5,7 @@
 # /opt, /var/log and /run (and /var/run when it is not a link to /run), so the real ones are never
 # touched. Process 1 inherits every orphan of the namespace: reap() and stop_all() collect them.
 import contextlib, ctypes, os, re, shutil, signal, subprocess, sys, time
+from typing import NoReturn, Optional, Sequence
 
 ROOTS = ["/opt", "/var/log", "/run"] + ([] if os.path.islink("/var/run") else ["/var/run"])
 VENDOR, LOG, PIDFILE = "/opt/Marrowlight", "/var/log/vantorctl.log", "/var/run/vantor-sensor.pid"
@@ -17,10 +18,10 @@ EMPTY = b"\2\0" + bytes(SIZE - 2)
 TRACE_LINE = re.compile(rb"^(?:Mon|Tue|Wed|Thu|Fri|Sat|Sun) (?:Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) "
                         rb"[ \d]\d \d\d:\d\d:\d\d \d{4} (.*)\t\(\d+\) \[(\d+)\]$", re.M)
 LIBC = ctypes.CDLL(None, use_errno=True)
-_mounted = set()
+_mounted: set[str] = set()
 
 
-def enter(argv, flags=()):
+def enter(argv: list[str], flags: Sequence[str] = ()) -> list[str]:
     """Re-executes the script as process 1 of the sandbox (with more unshare `flags`, e.g. -n) and
     returns its arguments there. Without root, /proc or a working unshare, or in a chroot, exits 77
     (skipped), or 1 under VANTOR_REQUIRE_SANDBOX=1."""
@@ -41,7 +42,7 @@ def enter(argv, flags=()):
     os.execvp("unshare", unshare + ["--kill-child", sys.executable, os.path.abspath(argv[0]), "--inside"] + argv[1:])
 
 
-def chrooted():
+def chrooted() -> bool:
     """Whether / is not the root of this mount namespace. Joining a mount namespace, as the tool
     joins process 1's, lands in its root: from a chroot, outside it (a child tries)."""
     here = os.stat("/")
@@ -52,7 +53,7 @@ def chrooted():
     return os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]) == 1
 
 
-def skip(why, required=False):
+def skip(why: str, required: bool = False) -> NoReturn:
     """Exits 77 (skipped) with the reason; with `required`, a failure instead under
     VANTOR_REQUIRE_SANDBOX=1 (what the sandbox itself needs)."""
     if required and os.environ.get("VANTOR_REQUIRE_SANDBOX") == "1":
@@ -61,17 +62,17 @@ def skip(why, required=False):
     sys.exit(77)
 
 
-def mount(source, target, fstype=None, flags=0):
+def mount(source: str, target: str, fstype: Optional[str] = None, flags: int = 0) -> None:
     if LIBC.mount(source.encode(), target.encode(), (fstype or source).encode(), flags, None) != 0:
         e = ctypes.get_errno()
         raise OSError(e, "cannot mount %s on %s: %s" % (source, target, os.strerror(e)))
 
 
-def unmount(target):
+def unmount(target: str) -> None:
     LIBC.umount2(target.encode(), 2)  # MNT_DETACH: the mount and everything mounted on it
 
 
-def fresh_roots():
+def fresh_roots() -> None:
     """New, empty tmpfs mounts over the roots, and the vendor directory (0770)."""
     for root in ROOTS:
         if root in _mounted:
@@ -82,13 +83,13 @@ def fresh_roots():
     os.chmod(VENDOR, 0o770)
 
 
-def reap():
+def reap() -> None:
     with contextlib.suppress(ChildProcessError):
         while os.waitpid(-1, os.WNOHANG)[0] > 0:
             pass
 
 
-def stop_all():
+def stop_all() -> None:
     """Kills every process of the namespace but process 1, and reaps them all."""
     while others := [int(p) for p in os.listdir("/proc") if p.isdigit() and p != "1"]:
         for pid in others:
@@ -100,12 +101,12 @@ def stop_all():
 
 # Output in a transcript's terms: the date and thread id of trace lines as <time> and <tid>, and
 # the lines, each starting with `mark`, that stand for a stream's bytes.
-def normalise(data):
+def normalise(data: bytes) -> bytes:
     return TRACE_LINE.sub(rb"<time> \1\t(<tid>) [\2]", data)
 
 
-def show_stream(mark, data):
-    parts, lines = data.split(b"\n"), []
+def show_stream(mark: str, data: bytes) -> list[str]:
+    parts, lines = data.split(b"\n"), []  # type: list[bytes], list[str]
     for i, part in enumerate(parts[:-1] if parts[-1] == b"" else parts):
         text = part.decode("latin-1")
         if not all(32 <= b < 127 for b in part) or text.endswith((" ", " (esc)", " (no-eol)")):
@@ -117,21 +118,21 @@ def show_stream(mark, data):
     return lines
 
 
-def slurp(path):
+def slurp(path: str) -> Optional[bytes]:
     with contextlib.suppress(FileNotFoundError), open(path, "rb") as f:
         return f.read()
     return None
 
 
-def u16(data, at):
+def u16(data: bytes, at: int) -> int:
     return int.from_bytes(data[at:at + 2], "little")
 
 
-def records(image):
+def records(image: Optional[bytes]) -> Optional[dict[str, bytes]]:
     """The store's records by name (the first slot of a name counts), or None for no valid image."""
     if image is None or len(image) != SIZE or u16(image, 0) != 2:
         return None
-    found = {}
+    found: dict[str, bytes] = {}
     for o in range(SLOT, SLOT * (SLOTS + 1), SLOT):
         if u16(image, o):
             found.setdefault(image[o + 2:o + 2 + u16(image, o)].decode("utf-16-le", "replace"),
@@ -139,15 +140,15 @@ def records(image):
     return found
 
 
-def put(image, slot, name, data):
+def put(image: bytes, slot: int, name: str, data: bytes) -> bytes:
     """The image with a record in `slot` (1..28); the slot's bytes past the data stay as they were."""
-    wide, o, image = name.encode("utf-16-le"), SLOT * slot, bytearray(image)
-    image[o:o + 26 + len(data)] = (len(wide).to_bytes(2, "little") + wide.ljust(22, b"\0") +
+    wide, o, buffer = name.encode("utf-16-le"), SLOT * slot, bytearray(image)
+    buffer[o:o + 26 + len(data)] = (len(wide).to_bytes(2, "little") + wide.ljust(22, b"\0") +
                                    len(data).to_bytes(2, "little") + data)
-    return bytes(image)
+    return bytes(buffer)
 
 
-def add_record(image, name, data):
+def add_record(image: Optional[bytes], name: str, data: bytes) -> bytes:
     """The image (an empty one unless it is valid) with the record in its first free slot."""
     image = image if records(image) is not None else EMPTY
     for slot in range(1, SLOTS + 1):

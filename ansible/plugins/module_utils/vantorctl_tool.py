@@ -7,7 +7,9 @@ from __future__ import absolute_import, division, print_function
 
 __metaclass__ = type
 
-from .vantorctl_values import DELETABLE, TABLE_ORDER, is_protected, parse_get, reloads, write_back_text
+from typing import Any, Callable, Dict, List, Optional, Tuple
+
+from .vantorctl_values import DELETABLE, TABLE_ORDER, Stored, is_protected, parse_get, reloads, write_back_text
 from .vantorctl_words import CREDENTIALS, EMPTY_WORDS, PROTECTED_DELETE, PROTECTED_SET
 
 # What the tool prints, exit status 0, when --update could not signal the sensor.
@@ -17,7 +19,8 @@ _SIGNAL_FAILURES = ("Failed to get vantor PID", "Failed to send SIGHUP")
 class TaskFailed(Exception):
     """Ends the task: msg, and the failed run's rc, stdout and stderr if any."""
 
-    def __init__(self, msg, rc=None, stdout=None, stderr=None):
+    def __init__(self, msg: str, rc: Optional[int] = None, stdout: Optional[str] = None,
+                 stderr: Optional[str] = None) -> None:
         Exception.__init__(self, msg)
         self.msg = msg
         self.rc = rc
@@ -26,22 +29,22 @@ class TaskFailed(Exception):
 
 
 class Tool:
-    def __init__(self, run, executable):
+    def __init__(self, run: Callable[..., Tuple[int, str, str]], executable: str) -> None:
         """run(argv, data=None) -> (rc, stdout, stderr); data, when given, is
         the run's standard input."""
         self._run = run
         self._executable = executable
-        self.warnings = []
+        self.warnings: List[str] = []
 
-    def query(self, option):
+    def query(self, option: str) -> Tuple[int, str, str]:
         """One `vantorctl -g --<option>` run: (rc, stdout, stderr)."""
         return self._run([self._executable, "-g", "--" + option])
 
-    def get(self, option):
+    def get(self, option: str) -> Optional[Stored]:
         """The stored value of a setting (see parse_get)."""
         return parse_get(option, *self.query(option))
 
-    def change(self, option, text, force, update):
+    def change(self, option: str, text: Optional[str], force: bool, update: bool) -> Tuple[int, str, str]:
         """One set (text not None) or delete run. Returns (rc, stdout, stderr)."""
         argv = [self._executable, "-s" if text is not None else "-d"]
         if force:
@@ -63,7 +66,7 @@ class Tool:
         return rc, out, err
 
 
-def module_tool(module):
+def module_tool(module: Any) -> Tool:
     """A Tool running the module's `executable`, by default vantorctl on PATH."""
     executable = module.params["executable"] or module.get_bin_path("vantorctl", required=True)
     return Tool(module.run_command, executable)
@@ -72,24 +75,26 @@ def module_tool(module):
 class Step:
     """One changed setting: a write of `text`, or a delete when text is None."""
 
-    def __init__(self, option, before, after, text):
+    def __init__(self, option: str, before: Optional[Stored], after: Optional[Stored], text: Optional[str]) -> None:
         self.option = option
         self.before = before  # stored form, None when empty
         self.after = after
         self.text = text
 
-    def __repr__(self):
+    def __repr__(self) -> str:
         return "Step(%r, %r -> %r)" % (self.option, self.before, self.after)
 
 
-def plan(current, wanted, absent, force):
+def plan(current: Dict[str, Optional[Stored]], wanted: Dict[str, Tuple[Stored, str]], absent: List[str],
+         force: bool) -> List[Step]:
     """The steps that make the store hold what the task says: writes in the
     tool's table order, then deletes, a deleted aid last of all.
 
     current: option -> stored form or None; wanted: option -> (stored form,
     text); absent: options to delete. TaskFailed with the tool's own message
     for a protected value that differs, without force."""
-    writes, deletes = [], []
+    writes: List[Step] = []
+    deletes: List[Step] = []
     for option in TABLE_ORDER:
         if option in wanted:
             value, text = wanted[option]
@@ -107,7 +112,7 @@ def plan(current, wanted, absent, force):
     return writes + deletes
 
 
-def _put_back(tool, step, signalled):
+def _put_back(tool: Tool, step: Step, signalled: bool) -> Optional[str]:
     """Undoes one applied step. Returns None, or the failing run's stderr."""
     if step.before is None:
         if step.option in DELETABLE:
@@ -122,18 +127,19 @@ def _put_back(tool, step, signalled):
     return None if rc == 0 else (err.strip() or "exit status %d" % rc)
 
 
-def apply(tool, steps, force, reload):
+def apply(tool: Tool, steps: List[Step], force: bool, reload: bool) -> None:
     """Runs each step in a run of its own. When one fails, puts back every
     step already done (newest first) and raises TaskFailed with the tool's
     standard error, what was put back, and the failed run's rc and output."""
-    done = []
+    done: List[Tuple[Step, bool]] = []
     for step in steps:
         update = reload and reloads(step.option)
         rc, out, err = tool.change(step.option, step.text, force and is_protected(step.option), update)
         if rc == 0:
             done.append((step, update))
             continue
-        restored, lost = [], []
+        restored: List[str] = []
+        lost: List[str] = []
         for earlier, signalled in reversed(done):
             problem = _put_back(tool, earlier, signalled)
             if problem is None:

@@ -9,12 +9,16 @@ from __future__ import absolute_import, division, print_function
 __metaclass__ = type
 
 import re
+from typing import Any, List, Optional, Tuple, Union
 
 from .vantorctl_words import (
     ANY_CASE, CHOICES, EMPTY_WORDS, FLAG_WORDS, NOT_SET_FAILURES, NUMBERS, OPTIONS, SWITCH_TEXTS,
 )
 
 MASKED = "********"
+
+# A value as the tool stores it: a token or a mask as int, anything else as its text.
+Stored = Union[str, int]
 
 # option -> (modes, form, protected, reloads), from the tool's own table.
 _ROWS = dict((row[0], row[1:]) for row in OPTIONS)
@@ -46,19 +50,19 @@ class RefusedValue(ValueError):
     """A value the tool would refuse, with the text to show."""
 
 
-def param_name(option):
+def param_name(option: str) -> str:
     return option.replace("-", "_")
 
 
-def option_name(param):
+def option_name(param: str) -> str:
     return param.replace("_", "-")
 
 
-def is_protected(option):
+def is_protected(option: str) -> bool:
     return _ROWS[option][2]
 
 
-def reloads(option):
+def reloads(option: str) -> bool:
     return _ROWS[option][3]
 
 
@@ -72,7 +76,7 @@ def reloads(option):
 _PAIR = re.compile(r"[0-9a-fA-F]{2}|[ \t\n\v\f\r+][0-9a-fA-F]")
 
 
-def identifier_bytes(text):
+def identifier_bytes(text: str) -> bytes:
     """16 bytes of a cid in checksum or printed form; RefusedValue when neither.
     The checksum form is read as the tool reads it: the first 34 characters
     that are no dash, in pairs; whatever follows them is ignored."""
@@ -87,7 +91,7 @@ def identifier_bytes(text):
     return bytes(int(pair, 16) for pair in pairs[:16])
 
 
-def checksum_form(raw):
+def checksum_form(raw: bytes) -> str:
     """The text the tool takes for these 16 bytes: 32 digits and their checksum."""
     return raw.hex().upper() + "%02X" % ((-sum(raw)) & 0xFF)
 
@@ -98,7 +102,7 @@ def checksum_form(raw):
 # it (leading blanks, a sign, an optional 0x, then digits up to the first
 # other character); 0, all ones and an overflow are refused.
 
-def parse_token(text):
+def parse_token(text: str) -> Optional[int]:
     """The number the tool would store, or None when it refuses the text."""
     if len(text) < 8 or len(text) % 2 != 0:
         return None
@@ -126,7 +130,7 @@ def parse_token(text):
     return value
 
 
-def token_text(value):
+def token_text(value: int) -> str:
     """Text the tool takes back for a stored token: hexadecimal, at least 8
     digits, an even count."""
     text = "%08x" % value
@@ -136,7 +140,7 @@ def token_text(value):
 # ---------------------------------------------------------------------------
 # Flag sets: a mask built from words applied left to right to 0.
 
-def words_mask(option, words):
+def words_mask(option: str, words: List[str]) -> int:
     mask = 0
     table = dict((word, (action, bits)) for word, action, bits in FLAG_WORDS[option])
     for word in words:
@@ -152,7 +156,7 @@ def words_mask(option, words):
     return mask
 
 
-def mask_words(option, mask):
+def mask_words(option: str, mask: int) -> List[str]:
     """The typed form of a mask: the word of each set bit in table order
     (single-bit words only), then any bits no word names in hexadecimal."""
     words = []
@@ -166,7 +170,7 @@ def mask_words(option, mask):
     return words
 
 
-def mask_text(option, mask):
+def mask_text(option: str, mask: int) -> Optional[str]:
     """Text the tool takes for a mask; None when a bit cannot be set by a word."""
     words = []
     covered = 0
@@ -192,17 +196,17 @@ class ReadError(Exception):
 _LOG_LINE = re.compile(r"\t\(\d+\) \[\d+\]$")
 
 
-def answer_lines(stdout):
+def answer_lines(stdout: str) -> List[str]:
     """The non-empty lines of a run's standard output, without log lines."""
     return [line for line in stdout.split("\n") if line.strip() and not _LOG_LINE.search(line)]
 
 
-def _last_line(stdout):
+def _last_line(stdout: str) -> str:
     lines = answer_lines(stdout)
     return lines[-1] if lines else ""
 
 
-def parse_get(option, rc, stdout, stderr):
+def parse_get(option: str, rc: int, stdout: str, stderr: str) -> Optional[Stored]:
     """The stored value of `option` from one get run, as stored text (a mask
     or a token as int, an identifier as 32 digits), or None when nothing is
     stored. ReadError for any other failure."""
@@ -247,7 +251,7 @@ def parse_get(option, rc, stdout, stderr):
     return text
 
 
-def typed(option, stored, show_secrets=False):
+def typed(option: str, stored: Optional[Stored], show_secrets: bool = False) -> Any:
     """The facts' form of a stored value (see the vantorctl_info RETURN)."""
     if stored is None:
         return None
@@ -268,7 +272,7 @@ def typed(option, stored, show_secrets=False):
 # A task's value, normalised to what the tool would store (comparable with
 # parse_get's result), and the text to write it with.
 
-def desired(option, value):
+def desired(option: str, value: Any) -> Tuple[Stored, str]:
     """(stored form, text for --<option>=) of a task's value; RefusedValue for
     a value this module can tell is refused."""
     if option in IDENTIFIERS:
@@ -307,7 +311,7 @@ def desired(option, value):
     return value, value
 
 
-def write_back_text(option, stored):
+def write_back_text(option: str, stored: Stored) -> Optional[str]:
     """Text that writes `stored` (parse_get's form) back, or None."""
     if option in IDENTIFIERS:
         return checksum_form(bytes.fromhex(stored))
