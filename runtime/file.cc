@@ -153,8 +153,7 @@ NTSTATUS LockFileUntil(FileHandle file, int operation, const char* what, std::in
     const int error = errno;
     interrupted = error == EINTR ? interrupted + 1 : 0;
     if (error != EWOULDBLOCK && (error != EINTR || interrupted > kInterruptedRetryLimit)) {
-      TraceError(TRACE_COMPONENT_CORE, "flock() failed:%d", error);
-      return STATUS_LOCK_NOT_GRANTED;
+      return PosixError(TRACE_COMPONENT_CORE, STATUS_LOCK_NOT_GRANTED, error, "flock() failed:%d");
     }
     if (error == EINTR) {
       continue;  // retried at once: nothing was waited for
