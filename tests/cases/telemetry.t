@@ -140,6 +140,18 @@ $ vantorctl -s --loginterval=abc
 ! ERROR: failed to process the option --loginterval
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
 [1]
+$ vantorctl -s --loginterval=4294967294
+|
+! "4294967294": Invalid log interval value, int overflow detected
+! ERROR: failed to process the option --loginterval
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+$ vantorctl -s --logduration=4294967294
+|
+! "4294967294": Invalid log duration value, int overflow detected
+! ERROR: failed to process the option --logduration
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
 $ vantorctl -s --loginterval=4294967295
 |
 ! "4294967295" is not a valid value for --loginterval
