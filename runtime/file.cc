@@ -171,18 +171,31 @@ NTSTATUS LockFileUntil(FileHandle file, int operation, const char* what, std::in
 
 // ---- length, read, write ------------------------------------------------------
 
+NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset) {
+  if (offset == nullptr) {
+    return STATUS_INVALID_PARAMETER;
+  }
+  *offset = 0;
+  const off_t position = lseek(file, 0, SEEK_CUR);
+  if (position < 0) {
+    return PosixError(TRACE_COMPONENT_CORE, STATUS_UNSUCCESSFUL, errno, "Couldn't get file offset: %!ERRNO!");
+  }
+  *offset = static_cast<std::uint64_t>(position);
+  return STATUS_SUCCESS;
+}
+
 NTSTATUS GetFileLength(FileHandle file, std::uint64_t* length) {
   if (length == nullptr) {
     return STATUS_INVALID_PARAMETER;
   }
   *length = 0;
-  const off_t saved = lseek(file, 0, SEEK_CUR);
-  if (saved < 0) {
-    return PosixError(TRACE_COMPONENT_CORE, STATUS_UNSUCCESSFUL, errno, "Couldn't get file offset: %!ERRNO!");
+  std::uint64_t saved = 0;
+  if (const NTSTATUS status = GetFileOffset(file, &saved); !NT_SUCCESS(status)) {
+    return status;
   }
   const off_t end = lseek(file, 0, SEEK_END);
   const int endError = errno;
-  (void)lseek(file, saved, SEEK_SET);  // always put the position back
+  (void)lseek(file, static_cast<off_t>(saved), SEEK_SET);  // always put the position back
   if (end < 0) {
     return PosixError(TRACE_COMPONENT_CORE, STATUS_UNSUCCESSFUL, endError, "Couldn't get file length: %!ERRNO!");
   }

@@ -56,6 +56,7 @@ struct FileOpen {
 [[nodiscard]] FileOpen OpenRegularFileUnicode(const UNICODE_STRING* path, std::uint32_t access,
                                               std::uint32_t options);
 
+[[nodiscard]] NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset);
 // Leaves the descriptor's offset where it was.
 [[nodiscard]] NTSTATUS GetFileLength(FileHandle file, std::uint64_t* length);
 

@@ -166,19 +166,6 @@ NTSTATUS SetFileLength(FileHandle file, std::int64_t length) {
   return STATUS_SUCCESS;
 }
 
-NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset) {
-  if (offset == nullptr) {
-    return STATUS_INVALID_PARAMETER;
-  }
-  *offset = 0;
-  const off_t position = lseek(file, 0, SEEK_CUR);
-  if (position < 0) {
-    return PosixError(TRACE_COMPONENT_CORE, STATUS_UNSUCCESSFUL, errno, "Couldn't get file offset: %!ERRNO!");
-  }
-  *offset = static_cast<std::uint64_t>(position);
-  return STATUS_SUCCESS;
-}
-
 NTSTATUS SetFileOffset(FileHandle file, std::int64_t offset, std::uint32_t origin) {
   static constexpr int kWhence[] = {SEEK_SET, SEEK_CUR, SEEK_END};
   if (origin > 2) {

@@ -37,7 +37,6 @@
 
 [[nodiscard]] NTSTATUS GetFileLengthAndAllocation(FileHandle file, std::uint64_t* length, std::uint64_t* allocated);
 [[nodiscard]] NTSTATUS SetFileLength(FileHandle file, std::int64_t length);
-[[nodiscard]] NTSTATUS GetFileOffset(FileHandle file, std::uint64_t* offset);
 // origin: 0 start, 1 current, 2 end.
 [[nodiscard]] NTSTATUS SetFileOffset(FileHandle file, std::int64_t offset, std::uint32_t origin);
 

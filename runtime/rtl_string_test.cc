@@ -108,6 +108,19 @@ TEST(DuplicateTest, FlagsAndSources) {
   EXPECT_EQ(tooLong.get().Buffer, nullptr);
 }
 
+// A terminator only where two bytes of room remain, and never past MaximumLength.
+TEST(AppendTest, TerminatesOnlyWithinRoom) {
+  for (const auto& [maxBytes, end] : {std::pair{6, u'\0'}, {4, u'#'}}) {
+    Backed d(maxBytes, u"a");
+    ASSERT_EQ(RtlAppendUnicodeToString(&d.s, u"b"), STATUS_SUCCESS) << maxBytes;
+    EXPECT_EQ(d.s.Length, 4);
+    EXPECT_EQ(d.storage[2], end) << maxBytes;
+  }
+  Backed full(4, u"ab");
+  EXPECT_EQ(RtlAppendUnicodeToString(&full.s, u"c"), STATUS_BUFFER_TOO_SMALL);
+  EXPECT_EQ(std::u16string_view(full.storage.data(), 3), u"ab#");
+}
+
 TEST(CompareTest, OrderingAndFolding) {
   const struct { std::u16string_view a, b; bool fold; std::int32_t expect; } cases[] = {
       {u"abc", u"ABD", true, u'C' - u'D'},   {u"abc", u"ABC", true, 0},

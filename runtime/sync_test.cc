@@ -77,6 +77,24 @@ TEST(RundownGuard, WaiterOutlivesTheLastHoldersSignal) {
   EXPECT_FALSE(waiterReturnedBeforeSignal);
 }
 
+// A waiter with a holder left publishes its wait block and waits; it does not
+// return first (the hook fires only on the way to the wait).
+TEST(RundownGuard, WaitsWhileAHolderIsLeft) {
+  static RundownGuard guard;
+  static std::atomic<bool> published{false};
+  InitializeRundownGuard(&guard);
+  ASSERT_TRUE(AcquireRundownGuard(&guard));
+  gRundownTestHooks.afterPublish = [] { published = true; };
+  std::atomic<bool> returned{false};
+  std::thread waiter([&] { WaitForRundown(&guard), returned = true; });
+  while (!published && !returned) std::this_thread::yield();
+  EXPECT_FALSE(returned);
+  EXPECT_FALSE(AcquireRundownGuard(&guard));  // rundown has begun
+  ReleaseRundownGuard(&guard);
+  waiter.join();
+  gRundownTestHooks = {nullptr, nullptr};
+}
+
 TEST(RecursiveLock, FreeForOtherThreadsOnlyAfterTheLastRelease) {
   RecursiveLock lock;
   PrepareRecursiveLock(&lock);
