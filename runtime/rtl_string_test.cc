@@ -110,7 +110,7 @@ TEST(DuplicateTest, FlagsAndSources) {
 
 // A terminator only where two bytes of room remain, and never past MaximumLength.
 TEST(AppendTest, TerminatesOnlyWithinRoom) {
-  for (const auto& [maxBytes, end] : {std::pair{6, u'\0'}, {4, u'#'}}) {
+  for (const auto& [maxBytes, end] : {std::pair{std::size_t{6}, u'\0'}, {std::size_t{4}, u'#'}}) {
     Backed d(maxBytes, u"a");
     ASSERT_EQ(RtlAppendUnicodeToString(&d.s, u"b"), STATUS_SUCCESS) << maxBytes;
     EXPECT_EQ(d.s.Length, 4);
