@@ -46,20 +46,23 @@ TEST(UnicodeToUtf8NTest, RoomAndArguments) {
   EXPECT_EQ(RtlUnicodeToUTF8N(out, 4, nullptr, kMixed, 2), STATUS_SUCCESS);  // the count is optional
 }
 
-// Each sequence length at its smallest and largest code point, and one past
-// each bound: a stray continuation byte, an overlong form, a surrogate, a
-// code point beyond U+10FFFF, a cut sequence.
-TEST(ConversionTest, Utf8DecodesAtTheBoundsAndRefusesPastThem) {
+// Each sequence length at its smallest and largest code point, decoded and
+// encoded back to the same bytes; and one past each bound: a stray
+// continuation byte, an overlong form, a surrogate, a code point beyond
+// U+10FFFF, a cut sequence.
+TEST(ConversionTest, Utf8AtTheBoundsBothWaysAndRefusedPastThem) {
   const std::pair<std::string_view, std::u16string_view> cases[] = {
       {"\x7F", u"\x7F"}, {"\xC2\x80", u"\x80"}, {"\xDF\xBF", u"\x7FF"}, {"\xE0\xA0\x80", u"\x800"},
       {"\xEF\xBF\xBF", u"\xFFFF"}, {"\xF0\x90\x80\x80", u"\xD800\xDC00"}, {"\xF4\x8F\xBF\xBF", u"\xDBFF\xDFFF"},
       {"\x80", u""}, {"\xC1\xBF", u""}, {"\xE0\x9F\xBF", u""}, {"\xED\xA0\x80", u""}, {"\xF4\x90\x80\x80", u""},
       {"\xE2\x82", u""}, {"\xF8\x88\x80\x80\x80", u""}};
   for (const auto& [utf8, utf16] : cases) {
+    SCOPED_TRACE(testing::PrintToString(utf8));
     UNICODE_STRING out{};
-    const NTSTATUS status = TvUtf8ToUnicodeString(utf8, &out);
-    EXPECT_EQ(status, utf16.empty() ? STATUS_UNSUCCESSFUL : STATUS_SUCCESS) << testing::PrintToString(utf8);
-    EXPECT_EQ(std::u16string_view(out.Buffer, out.Length / 2), utf16) << testing::PrintToString(utf8);
+    EXPECT_EQ(TvUtf8ToUnicodeString(utf8, &out), utf16.empty() ? STATUS_UNSUCCESSFUL : STATUS_SUCCESS);
+    EXPECT_EQ(std::u16string_view(out.Buffer, out.Length / 2), utf16);
+    Utf8String back;
+    EXPECT_TRUE(utf16.empty() || (NT_SUCCESS(back.Convert(&out)) && back.c_str() == utf8));
     RtlFreeUnicodeString(&out);
   }
 }

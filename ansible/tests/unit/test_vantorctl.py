@@ -60,9 +60,8 @@ class ReadingAnswers(unittest.TestCase):
                                ("logduration", "log duration is not set. Default value is 3600 seconds.\n")]:
             with self.subTest(option=option):
                 self.assertIsNone(self.get(option, stdout))
-        usage = "Run 'vantorctl -h' OR 'vantorctl --help' for usage help\n"
         self.assertIsNone(self.get("cid", "\n", 1, "CID is not set. Use vantorctl to set the CID\n"
-                                   "ERROR: failed to process the option --cid\n" + usage))
+                                   "ERROR: failed to process the option --cid\n"))
         self.assertIsNone(self.get("logcounters", "\n", 1, "Failed to read log settings from config. "
                                    "Status: 0xC0000225\nERROR: failed to process the option --logcounters\n"))
 
