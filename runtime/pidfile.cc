@@ -1,7 +1,5 @@
 #include "runtime/pidfile.h"
 
-#include "runtime/pidfile_for_testing.h"
-
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -18,6 +16,7 @@
 #include <utility>
 
 #include "runtime/fd.h"
+#include "runtime/pidfile_for_testing.h"
 #include "runtime/retry.h"
 #include "runtime/trace.h"
 
