@@ -71,6 +71,12 @@ OpenedFile OpenRegular(FileHandle directory, const char* path, int flags, mode_t
   }
   if (opened.error != 0) {
     opened.file.reset();  // opened for this check only: nothing was written
+    if (opened.created) {
+      // Created by this call (exclusively, so nobody else's): a failed check
+      // leaves nothing behind. Should the removal fail too, what stays is the
+      // empty file a creation cut short leaves, which its next open handles.
+      (void)unlinkat(directory, path, 0);
+    }
   }
   return opened;
 }

@@ -71,5 +71,6 @@ struct OpenedFile {
 // OpenAt for a file whose contents the caller trusts or will overwrite, with
 // O_NOFOLLOW and O_NONBLOCK added: a final symbolic link fails the open
 // (ELOOP), a FIFO or device never blocks it, and whatever fstat does not show
-// as a regular file is closed again and refused (EINVAL, `type` set).
+// as a regular file is closed again and refused (EINVAL, `type` set). A file
+// the call created and then could not check is removed again.
 [[nodiscard]] OpenedFile OpenRegular(FileHandle directory, const char* path, int flags, mode_t mode);

@@ -135,7 +135,10 @@ class StoreLockGuard {
     }
   }
   if (!NT_SUCCESS(opened.status)) {
-    gOpenError = opened.status == STATUS_FILE_INVALID ? 0 : opened.error;
+    // A store that could not be created is missing to the open for reading:
+    // the reason to report is the creation's.
+    gOpenError = opened.status == STATUS_FILE_INVALID ? 0 : opened.error == ENOENT && writeError != 0 ? writeError
+                                                                                                     : opened.error;
     TraceError(kComponent, "Failed opening simple store file %s: %!STATUS!", gStore.path, opened.status);
     return opened.status;
   }
