@@ -53,6 +53,7 @@ std::string Format(const char* format, const std::vector<TraceArg>& args, std::s
 TEST(TraceFormat, SpecifiersAndCutting) {
   char ansiText[] = "hello";
   ANSI_STRING ansi{3, 6, ansiText};
+  ANSI_STRING lost{2, 2, nullptr}, none{0, 0, nullptr};  // no buffer: null when it claims a length
   UNICODE_STRING ab = TvConstantString(u"ab");
   char16_t units[] = {0x263A, u'q', u'z'};
   UNICODE_STRING oddLength{5, 6, units};  // two whole units and a stray byte
@@ -62,7 +63,7 @@ TEST(TraceFormat, SpecifiersAndCutting) {
   const auto check = [](const char* format, const std::vector<TraceArg>& args, const std::string& expected) {
     EXPECT_EQ(Format(format, args), expected) << format;
   };
-  check("[%Z][%wZ][%lZ][%wZ]", Args(&ansi, &ab, &ab, &oddLength), "[hel][ab][ab][:q]");
+  check("[%Z][%wZ][%lZ][%wZ][%Z][%Z]", Args(&ansi, &ab, &ab, &oddLength, &lost, &none), "[hel][ab][ab][:q][(null)][]");
   check("%C%lc%wc|%S|%ls|%ws.", Args(0x141, 'y', U'z', u"one", u"two", u""), "Ayz|one|two|.");
   check("[%Z]|[%wZ]|[%S]|%!GUID!|%s|%p", Args(null, null, null, null, null, null),
         "[(null)]|[(null)]|[(null)]|(null)|(null)|(nil)");

@@ -32,3 +32,32 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 [1]
 log <time> Couldn't get file offset: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
 log <time> Failed to retrievefile /opt/Marrowlight/vantorstore length: STATUS=0xC0000001\t(<tid>) [0] (esc)
+
+== a write interrupted 100 times in a row is retried until it goes through; one interrupted 101 times fails
+store APH "old.example"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore-journal -e trace=pwrite64 -e inject=pwrite64:error=EINTR:when=1..100 vantorctl -s --aph=new.example
+|
+store APH "new.example"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore-journal -e trace=pwrite64 -e inject=pwrite64:error=EINTR:when=1..101 vantorctl -s --aph=newer.example
+|
+! Could not write application proxy host "newer.example" to config
+! ERROR: failed to process the option --aph
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=4 (Interrupted system call)\t(<tid>) [0] (esc)
+log <time> Failed write to the store journal: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+
+== so is a read of the PID file
+store empty
+daemon
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e trace=read -e inject=read:error=EINTR:when=1..100 vantorctl -s --trace=info --update
+|
+store TRACE "info"
+hangups 1
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e trace=read -e inject=read:error=EINTR:when=1..101 vantorctl -s --trace=warn --update
+|
+! Failed to get vantor PID from PID file /var/run/vantor-sensor.pid: Interrupted system call
+log <time> Error reading PID file: ERRNO=4 (Interrupted system call)\t(<tid>) [0] (esc)
+store TRACE "warn"
+hangups 0
