@@ -1,0 +1,390 @@
+// runtime_probe: calls the runtime's operations from the command line, so that
+// transcripts (tests/cases/runtime_*.t) state their contracts as data: the
+// status, every out value and what a buffer holds around them, the log line,
+// and what the file system holds afterwards. Run it only inside the
+// transcripts' sandbox.
+//
+//   runtime_probe OP ARG... [, OP ARG...]...
+//
+// The operations run in turn in one process. They share one file descriptor
+// (set by the opens), one directory stream and one string buffer (set by
+// "buffer"). Each prints "OP STATUS=0x........" and its out values. Words:
+//   null              a null pointer
+//   bad               a UTF-16 path holding a lone surrogate
+//   u:0041,D800       UTF-16 units in hex; any other text word is one unit per byte
+//   @L,M:TEXT         a descriptor with those byte lengths over TEXT (a word as
+//                     above; "@2,2:null" has no buffer)
+//   x:c3a9            bytes in hex, where the operation takes bytes
+// A buffer or out text shows printable ASCII as it is, a zero as \0, anything
+// else as \uXXXX or \xNN, the filling of a fresh buffer as #, and | after its
+// last byte, to show what lies past MaximumLength. Failures are logged to the
+// tool's log, /var/log/vantorctl.log.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "runtime/file_extra.h"
+#include "runtime/pool.h"
+#include "runtime/trace.h"
+#include "runtime/utf8.h"
+
+namespace {
+
+constexpr WCHAR kFill = u'#';
+constexpr std::size_t kSpare = 2;  // units shown past a buffer's MaximumLength
+
+std::uint64_t Number(const char* word) { return std::strtoull(word, nullptr, 0); }
+const char* Text(const char* word) { return std::strcmp(word, "null") == 0 ? nullptr : word; }
+
+std::string Hex(const char* format, unsigned value) {
+  char text[16];
+  std::snprintf(text, sizeof text, format, value);
+  return text;
+}
+
+// Units or bytes as text; a run of more than 8 equal ones shows as {X*count}.
+template <typename T>
+std::string Show(const T* items, std::size_t count) {
+  std::string out;
+  for (std::size_t i = 0, run = 1; i < count; i += run) {
+    const auto c = static_cast<std::make_unsigned_t<T>>(items[i]);
+    for (run = 1; i + run < count && items[i + run] == items[i];) ++run;
+    const std::string shown = c == 0                            ? "\\0"
+                              : c >= 0x20 && c < 0x7F && c != '\\' ? std::string(1, static_cast<char>(c))
+                              : sizeof(T) == 1               ? Hex("\\x%02X", c)
+                                                             : Hex("\\u%04X", c);
+    if (run > 8) {
+      out += "{" + shown + "*" + std::to_string(run) + "}";
+    } else {
+      run = 1;
+      out += shown;
+    }
+  }
+  return out;
+}
+std::string ShowUnits(const WCHAR* units, std::size_t count) { return Show(units, count); }
+std::string ShowBytes(const char* bytes, std::size_t count) { return Show(bytes, count); }
+
+std::string Lengths(const UNICODE_STRING& s) {
+  return " " + std::to_string(s.Length) + "/" + std::to_string(s.MaximumLength);
+}
+
+// A word as UTF-16: the descriptor an operation takes and the units behind it,
+// which stay terminated one unit past their end.
+class Units {
+ public:
+  explicit Units(std::string_view word) {
+    bool lengths = false;
+    if (word.size() > 1 && word[0] == '@') {
+      const std::size_t colon = word.find(':');
+      explicit_ = UNICODE_STRING{static_cast<std::uint16_t>(Number(word.data() + 1)),
+                                 static_cast<std::uint16_t>(Number(word.data() + word.find(',') + 1)), nullptr};
+      word.remove_prefix(colon + 1);
+      lengths = true;
+    }
+    null_ = word == "null";
+    if (word == "bad") {
+      units_ = {u'/', 0xD800};
+    } else if (word.starts_with("u:")) {
+      for (std::size_t at = 2; at < word.size(); at = word.find(',', at) + 1) {
+        units_.push_back(static_cast<WCHAR>(std::strtoul(word.data() + at, nullptr, 16)));
+        if (word.find(',', at) == std::string_view::npos) break;
+      }
+    } else if (!null_) {
+      for (const char c : word) units_.push_back(static_cast<unsigned char>(c));
+    }
+    const auto bytes = static_cast<std::uint16_t>(units_.size() * 2);
+    units_.push_back(0);  // before the descriptor takes the address, which the push may move
+    descriptor_ = lengths ? explicit_ : UNICODE_STRING{bytes, bytes, nullptr};
+    descriptor_.Buffer = null_ ? nullptr : units_.data();
+    null_ = null_ && !lengths;
+  }
+  Units(const Units&) = delete;
+  Units& operator=(const Units&) = delete;
+  const UNICODE_STRING* get() const { return null_ ? nullptr : &descriptor_; }
+  const WCHAR* text() const { return null_ ? nullptr : units_.data(); }
+
+ private:
+  std::u16string units_;
+  UNICODE_STRING explicit_{};
+  UNICODE_STRING descriptor_{};
+  bool null_ = false;
+};
+
+std::string Bytes(std::string_view word) {
+  if (!word.starts_with("x:")) return std::string(word);
+  std::string out;
+  for (std::size_t at = 2; at + 1 < word.size(); at += 2) {
+    out += static_cast<char>(std::strtoul(std::string(word.substr(at, 2)).c_str(), nullptr, 16));
+  }
+  return out;
+}
+
+std::string Utf8(const UNICODE_STRING& s) {
+  Utf8String text;
+  return NT_SUCCESS(text.Convert(&s)) ? text.c_str() : "<not UTF-8>";
+}
+
+// What the 16-byte header in front of a pool block records.
+std::string PoolHeader(const void* block) {
+  std::uint64_t size = 0;
+  std::uint32_t tagIndex = 0;
+  char tag[5] = {};
+  std::memcpy(&size, static_cast<const char*>(block) - 16, 8);
+  std::memcpy(&tagIndex, static_cast<const char*>(block) - 8, 4);
+  std::memcpy(tag, static_cast<const char*>(block) - 4, 4);
+  return " block " + std::to_string(size) + " " + std::to_string(tagIndex) + " " + tag +
+         (reinterpret_cast<std::uintptr_t>(block) % 16 == 0 ? " aligned" : " unaligned");
+}
+
+struct Probe {
+  FileHandle file = kInvalidFile;
+  FileHandle directoryFile = kCurrentDirectory;
+  DIR* directory = nullptr;
+  std::u16string storage;  // the buffer behind `string`
+  UNICODE_STRING string{};
+
+  std::string ShowString() const {
+    return Lengths(string) + " " + ShowUnits(storage.data(), string.MaximumLength / 2) + "|" +
+           ShowUnits(storage.data() + string.MaximumLength / 2, kSpare);
+  }
+
+  // Runs one operation (name and arguments); false for an unknown one.
+  bool Run(const std::string_view op, const std::vector<const char*>& a) {
+    const auto arg = [&](std::size_t i) { return i < a.size() ? a[i] : "null"; };
+    const auto options = [&](std::size_t i) { return static_cast<std::uint32_t>(Number(arg(i))); };
+    NTSTATUS status = STATUS_SUCCESS;
+    std::string out;
+    std::uint64_t v[3] = {};
+    // ---- files
+    if (op == "open") {
+      status = OpenFile(Text(arg(0)), options(1), options(2), &file);
+    } else if (op == "open-regular") {
+      status = OpenRegularFile(Text(arg(0)), options(1), options(2), &file);
+    } else if (op == "open-u") {
+      status = OpenFileUnicode(Units(arg(0)).get(), options(1), options(2), &file);
+    } else if (op == "open-regular-u") {
+      status = OpenRegularFileUnicode(Units(arg(0)).get(), options(1), options(2), &file);
+    } else if (op == "open-at") {
+      status = OpenFileAt(directoryFile, Text(arg(0)), options(1), options(2), &file);
+    } else if (op == "open-owner") {  // the owning form, with the errno behind a failure
+      FileOpen opened = a.size() > 3 ? OpenRegularFile(Text(arg(0)), options(1), options(2))
+                                     : OpenFile(Text(arg(0)), options(1), options(2));
+      status = opened.status;
+      out = " error " + std::to_string(opened.error);
+      file = opened.file.release();
+    } else if (op == "open-no-out") {
+      status = std::strcmp(arg(0), "regular") == 0 ? OpenRegularFile("/", 1, 0, nullptr)
+                                                     : OpenFileAt(kCurrentDirectory, "/", 1, 0, nullptr);
+    } else if (op == "flags") {  // what the open asked of the descriptor
+      const int descriptorFlags = fcntl(file, F_GETFD), statusFlags = fcntl(file, F_GETFL);
+      status = descriptorFlags < 0 || statusFlags < 0 ? STATUS_UNSUCCESSFUL : STATUS_SUCCESS;
+      out = std::string((descriptorFlags & FD_CLOEXEC) != 0 ? " cloexec" : " inherited") +
+            ((statusFlags & O_ACCMODE) == O_RDONLY ? " read" : (statusFlags & O_ACCMODE) == O_WRONLY ? " write" : " both");
+    } else if (op == "close") {
+      status = CloseFile(file);
+    } else if (op == "write") {
+      std::uint32_t count = 0;
+      status = WriteFile(file, arg(0), static_cast<std::uint32_t>(std::strlen(arg(0))), &count);
+      out = " " + std::to_string(count);
+    } else if (op == "read") {
+      char buffer[256] = {};
+      std::uint32_t count = 0;
+      status = ReadFile(file, buffer, std::min<std::uint32_t>(options(0), sizeof buffer), &count);
+      out = " " + std::to_string(count) + " '" + std::string(buffer, count) + "'";
+    } else if (op == "rename") {
+      status = RenameFile(Units(arg(0)).get(), Units(arg(1)).get(), a.size() > 2);
+    } else if (op == "delete") {
+      status = DeleteFileUnicode(Units(arg(0)).get());
+    } else if (op == "delete-at") {
+      status = DeleteFileUnicodeAt(directoryFile, Units(arg(0)).get());
+    } else if (op == "delete-at-a") {
+      status = DeleteFileAt(directoryFile, Text(arg(0)));
+    } else if (op == "safe-delete") {
+      status = SafeDeleteFile(Units(arg(0)).get());
+    } else if (op == "length") {
+      status = GetFileLengthAndAllocation(file, &v[0], a.empty() ? &v[1] : nullptr);
+      out = " " + std::to_string(v[0]) + (a.empty() ? " allocated " + std::to_string(v[1]) : "");
+    } else if (op == "set-length") {
+      status = SetFileLength(file, static_cast<std::int64_t>(Number(arg(0))));
+    } else if (op == "seek") {
+      status = SetFileOffset(file, static_cast<std::int64_t>(Number(arg(0))), options(1));
+      if (NT_SUCCESS(status)) status = GetFileOffset(file, &v[0]);
+      out = " " + std::to_string(v[0]);
+    } else if (op == "mkdir") {
+      status = CreateDirectory(Units(arg(0)).get(), a.size() > 1);
+    } else if (op == "mode") {
+      struct stat st {};
+      status = stat(arg(0), &st) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL;
+      out = Hex(" %04o", static_cast<unsigned>(st.st_mode & 07777));
+    } else if (op == "opendir") {
+      status = OpenDirectoryUnicode(Units(arg(0)).get(), a.size() > 1 ? nullptr : &directory);
+    } else if (op == "opendir-a") {
+      status = OpenDirectory(Text(arg(0)), a.size() > 1 ? nullptr : &directory);
+    } else if (op == "dirfd") {
+      status = GetDirectoryFd(directory, a.empty() ? &directoryFile : nullptr);
+    } else if (op == "list") {  // every entry left (matching the pattern when given), sorted
+      std::vector<std::string> names;
+      const Units pattern(arg(0));
+      for (;;) {
+        UNICODE_STRING name{7, 7, nullptr};
+        status = ReadDirectoryEntryMatching(directory, pattern.get(), a.size() > 1 ? nullptr : &name);
+        if (status != STATUS_SUCCESS) {
+          if (name.Length != 7) out += " cleared " + std::to_string(name.Length + name.MaximumLength);
+          break;
+        }
+        names.push_back(Utf8(name) + "/" + std::to_string(name.MaximumLength - name.Length));
+        RtlFreeUnicodeString(&name);
+      }
+      std::sort(names.begin(), names.end());
+      for (const std::string& n : names) out += " " + n;
+    } else if (op == "closedir") {
+      status = CloseDirectory(a.empty() ? directory : nullptr);
+      directory = nullptr;
+    } else if (op == "times" || op == "times-u") {
+      std::uint64_t* wanted[3] = {&v[0], &v[1], &v[2]};
+      for (std::size_t i = 0; i < 3; ++i) {
+        if (std::strchr(a.size() > 1 ? arg(1) : "amc", "amc"[i]) == nullptr) wanted[i] = nullptr;
+      }
+      status = op == "times" ? GetFileTimes(Text(arg(0)), wanted[0], wanted[1], wanted[2])
+                             : GetFileTimesUnicode(Units(arg(0)).get(), wanted[0], wanted[1], wanted[2]);
+      // The change time cannot be set: shown as whether it was written.
+      out = " a " + std::to_string(v[0]) + " m " + std::to_string(v[1]) + (v[2] != 0 ? " c" : "");
+    } else if (op == "resolve") {
+      OwnedAnsiString result;
+      ANSI_STRING path{};
+      if (a.size() > 1) {  // a counted path without a terminator: the first N bytes of the word
+        path = ANSI_STRING{static_cast<std::uint16_t>(Number(arg(1))), static_cast<std::uint16_t>(Number(arg(1))),
+                           const_cast<char*>(arg(0))};
+      } else if (Text(arg(0)) != nullptr) {
+        RtlInitAnsiString(&path, arg(0));
+      }
+      status = ResolvePath(Text(arg(0)) ? &path : nullptr, result.ptr());
+      out = " '" + std::string(View(result.get())) + "' " + std::to_string(result.get().MaximumLength);
+    } else if (op == "expand") {
+      UNICODE_STRING result{};
+      status = ExpandPath(Units(arg(0)).get(), &result);
+      out = " '" + Utf8(result) + "'";
+      RtlFreeUnicodeString(&result);
+      // ---- counted strings
+    } else if (op == "buffer") {  // MAX TEXT: a buffer of MAX bytes, filled, holding TEXT
+      const Units text(arg(1));
+      storage.assign(options(0) / 2 + kSpare, kFill);
+      std::copy_n(text.text(), text.get()->Length / 2, storage.begin());
+      string = UNICODE_STRING{text.get()->Length, static_cast<std::uint16_t>(options(0)), storage.data()};
+      out = ShowString();
+    } else if (op == "append") {
+      const Units text(arg(0));
+      status = RtlAppendUnicodeToString(&string, text.text());
+      out = ShowString();
+    } else if (op == "append-s") {
+      const Units text(arg(0));
+      status = RtlAppendUnicodeStringToString(&string, text.get());
+      out = ShowString();
+    } else if (op == "copy") {
+      const Units text(arg(0));
+      RtlCopyUnicodeString(&string, text.get());
+      out = ShowString();
+    } else if (op == "dup") {  // FLAGS SOURCE
+      const Units source(arg(1));
+      UNICODE_STRING copy{2, 2, storage.data()};
+      status = RtlDuplicateUnicodeString(options(0), source.get(), a.size() > 2 ? nullptr : &copy);
+      out = a.size() > 2 ? "" : Lengths(copy) + (copy.Buffer == nullptr ? " no buffer"
+                                                    : " " + ShowUnits(copy.Buffer, copy.MaximumLength / 2) +
+                                                          PoolHeader(copy.Buffer));
+      if (copy.Buffer != storage.data()) RtlFreeUnicodeString(&copy);
+    } else if (op == "compare") {
+      const Units first(arg(0)), second(arg(1));
+      out = " " + std::to_string(RtlCompareUnicodeString(first.get(), second.get(), a.size() > 2));
+    } else if (op == "init-ansi") {
+      ANSI_STRING s{9, 9, nullptr};
+      const std::string text = std::string(Number(arg(0)), 'a');
+      RtlInitAnsiString(&s, Text(arg(0)) ? text.c_str() : nullptr);
+      out = " " + std::to_string(s.Length) + "/" + std::to_string(s.MaximumLength) + (s.Buffer ? " buffer" : " null");
+    } else if (op == "object") {  // CAPACITY: a string object
+      StringObject s(TvAllocateUnicodeString(options(0)));
+      out = !s ? " null"
+               : Lengths(*s.get()) + (s.get()->Buffer == reinterpret_cast<WCHAR*>(s.get() + 1) ? " inline" : " apart") +
+                     PoolHeader(s.get());
+    } else if (op == "wide-length") {
+      out = " " + std::to_string(TvWideStringLength(Units(arg(0)).text()));
+    } else if (op == "add16" || op == "add32") {
+      std::uint16_t r16 = 7;
+      std::uint32_t r32 = 7;
+      status = op == "add16" ? TvCheckedAdd16(static_cast<std::uint16_t>(options(0)),
+                                              static_cast<std::uint16_t>(options(1)), &r16, Text(arg(2)))
+                             : TvCheckedAdd32(options(0), options(1), &r32, Text(arg(2)));
+      out = " " + std::to_string(op == "add16" ? r16 : r32);
+    } else if (op == "pool") {  // SIZE TAG
+      void* block = TvAllocatePoolWithTag(Number(arg(0)), options(1));
+      out = block == nullptr ? " null" : PoolHeader(block);
+      TvFreePoolWithTag(block, 0);
+      // ---- conversions
+    } else if (op == "to-utf8n") {  // ROOM UNITS [BYTES]: the checked encoder, with the source's byte count
+      const Units source(arg(1));
+      std::string dest(options(0) + kSpare, '#');
+      std::uint32_t produced = 77;
+      const std::uint32_t bytes = a.size() > 2 ? options(2) : source.get() ? source.get()->Length : 0;
+      status = RtlUnicodeToUTF8N(std::strcmp(arg(0), "null") ? dest.data() : nullptr, options(0),
+                                 a.size() > 3 ? nullptr : &produced, source.text(), bytes);
+      out = " " + std::to_string(produced) + " " + ShowBytes(dest.data(), options(0)) + "|" +
+            ShowBytes(dest.data() + options(0), kSpare);
+    } else if (op == "to-utf8") {  // UNITS: a new terminated copy
+      char* text = nullptr;
+      std::size_t length = 99;
+      status = TvUnicodeStringToUtf8(&text, &length, Units(arg(0)).get());
+      out = " " + std::to_string(length) + (text ? " " + ShowBytes(text, length + 1) + PoolHeader(text) : " null");
+      TvFreePoolWithTag(text, kTagUtf8Buffer);
+    } else if (op == "from-utf8") {  // BYTES
+      UNICODE_STRING result{2, 2, nullptr};
+      status = TvUtf8ToUnicodeString(Bytes(arg(0)), &result);
+      out = Lengths(result) + (result.Buffer ? " " + ShowUnits(result.Buffer, result.MaximumLength / 2) +
+                                                   PoolHeader(result.Buffer)
+                                             : " null");
+      RtlFreeUnicodeString(&result);
+    } else if (op == "to-ansi") {  // UNITS [ROOM]: allocated, or into a buffer of ROOM bytes
+      std::string room(a.size() > 1 ? options(1) + kSpare : 0, '#');
+      ANSI_STRING dest{3, static_cast<std::uint16_t>(a.size() > 1 ? options(1) : 4),
+                       a.size() > 1 ? room.data() : const_cast<char*>("abc")};
+      status = RtlUnicodeStringToAnsiString(&dest, Units(arg(0)).get(), a.size() < 2);
+      out = " " + std::to_string(dest.Length) + "/" + std::to_string(dest.MaximumLength) +
+            (a.size() > 1 ? " " + ShowBytes(room.data(), options(1)) + "|" + ShowBytes(room.data() + options(1), kSpare)
+             : NT_SUCCESS(status) ? " " + ShowBytes(dest.Buffer, dest.MaximumLength) + PoolHeader(dest.Buffer)
+             : dest.Buffer ? " unchanged"
+                           : " null");
+      if (a.size() < 2 && NT_SUCCESS(status)) RtlFreeAnsiString(&dest);
+    } else {
+      return false;
+    }
+    std::printf("%.*s STATUS=0x%08X%s\n", static_cast<int>(op.size()), op.data(), static_cast<unsigned>(status),
+                out.c_str());
+    return true;
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  TraceOpenLogFile("/var/log/vantorctl.log", nullptr);
+  Probe probe;
+  for (int i = 1; i < argc;) {
+    const std::string_view op = argv[i++];
+    std::vector<const char*> args;
+    while (i < argc && std::strcmp(argv[i], ",") != 0) args.push_back(argv[i++]);
+    i += i < argc ? 1 : 0;
+    if (!probe.Run(op, args)) {
+      std::fprintf(stderr, "runtime_probe: unknown operation '%.*s'\n", static_cast<int>(op.size()), op.data());
+      return 2;
+    }
+  }
+  return std::fflush(stdout) == 0 ? 0 : 1;
+}
