@@ -1,18 +1,12 @@
 #include "runtime/trace.h"
 
 #include <mcheck.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -33,68 +27,6 @@
 namespace {
 
 using vt_test::ReadWholeFile;
-
-template <typename... A>
-std::vector<TraceArg> Args(const A&... a) {
-  return {PackTraceArg(a)...};
-}
-
-// Formats into `size` bytes followed by canaries; checks no overrun and the
-// terminator at the returned length.
-std::string Format(const char* format, const std::vector<TraceArg>& args, std::size_t size = kTraceLineSize) {
-  std::vector<char> buf(size + 32, 0x7F);
-  const std::size_t n = TraceFormatMessage(buf.data(), size, format, args);
-  EXPECT_LT(n, size) << format;
-  EXPECT_EQ(buf[n], '\0') << format;
-  EXPECT_EQ(std::string(buf.begin() + static_cast<long>(size), buf.end()), std::string(32, 0x7F)) << format;
-  return std::string(buf.data(), n);
-}
-
-TEST(TraceFormat, SpecifiersAndCutting) {
-  char ansiText[] = "hello";
-  ANSI_STRING ansi{3, 6, ansiText};
-  ANSI_STRING lost{2, 2, nullptr}, none{0, 0, nullptr};  // no buffer: null when it claims a length
-  UNICODE_STRING ab = TvConstantString(u"ab");
-  char16_t units[] = {0x263A, u'q', u'z'};
-  UNICODE_STRING oddLength{5, 6, units};  // two whole units and a stray byte
-  const void* null = nullptr;
-  int sentinel = 1234;
-  const GUID guid{0x0123ABCD, 0xEF01, 0x2345, {0x67, 0x89, 0xAB, 0xCD, 0xEF, 0x01, 0x23, 0x45}};
-  const auto check = [](const char* format, const std::vector<TraceArg>& args, const std::string& expected) {
-    EXPECT_EQ(Format(format, args), expected) << format;
-  };
-  check("[%Z][%wZ][%lZ][%wZ][%Z][%Z]", Args(&ansi, &ab, &ab, &oddLength, &lost, &none), "[hel][ab][ab][:q][(null)][]");
-  check("%C%lc%wc|%S|%ls|%ws.", Args(0x141, 'y', U'z', u"one", u"two", u""), "Ayz|one|two|.");
-  check("[%Z]|[%wZ]|[%S]|%!GUID!|%s|%p", Args(null, null, null, null, null, null),
-        "[(null)]|[(null)]|[(null)]|(null)|(null)|(nil)");
-  check("%I64u|%I64d|%I64uz", Args(UINT64_MAX, INT64_MIN, 7), "18446744073709551615|-9223372036854775808|7z");
-  check("%Ix|%I32x|%I32u|%i", Args(0xdeadbeefcafeull, 0x1234ABCDu, 0x100000005ull, -7), "deadbeefcafe|1234abcd|5|-7");
-  check("%!GUID! %!STATUS! %!TIMESTAMP!", Args(&guid, STATUS_NOT_FOUND, 0x1d9f00000000abcdull),
-        "{0123abcd-ef01-2345-6789-abcdef012345} STATUS=0xC0000225 Time: 1d9f00000000abcd");
-  check("open %s: %!ERRNO!", Args("/x", 2), std::string("open /x: ERRNO=2 (") + std::strerror(ENOENT) + ")");
-  check("100%%|%!BOGUS!|%y:%2$d", Args(1), "100%|%!BOGUS!|%y:%2$d");
-  check("%d %s %!STATUS! %wZ %I64u", {}, "0 (null) STATUS=0x00000000 (null) 0");  // missing arguments read as 0
-  check("%d|%u|%hhd|%x|%zu", Args(0x1FFFFFFFFll, -1, 255, 0xFFFFFFFF12ull, SIZE_MAX),
-        "-1|4294967295|-1|ffffff12|18446744073709551615");
-  check("%*d|%-*d|%.*s|", Args(5, 42, -4, 1, 3, "hello"), "   42|1   |hel|");
-  check("%05.1f|%.2f|%g", Args(3.14159, 3, 2.5f), "003.1|3.00|2.5");
-  check("a% %d|ab%ncd%d|end%", Args(1, 2, &sentinel, 5), "a 2|abcd5|end");  // %n never writes
-  EXPECT_EQ(sentinel, 1234);
-  EXPECT_EQ(Format("%5000d", Args(1)), std::string(959, ' ') + "1");  // widths capped at 960
-  // A format ending inside a sized integer; exact-size copies so a read past
-  // the end shows under the address sanitizer.
-  for (const char* text : {"ab%I", "ab%I32", "ab%I64"}) {
-    std::vector<char> format(text, text + std::strlen(text) + 1);
-    EXPECT_EQ(Format(format.data(), Args(42)), "ab") << text;
-  }
-  EXPECT_EQ(Format("%!STATUS!", Args(STATUS_NOT_FOUND), 18), "STATUS=0xC0000225");
-  EXPECT_EQ(Format("%!STATUS!", Args(STATUS_NOT_FOUND), 17), "STATUS=0xC000022");
-  // The null marker is written only with 8 bytes of room left.
-  EXPECT_EQ(Format("%wZ", Args(null), 8), "(null)");
-  EXPECT_EQ(Format("%wZ", Args(null), 7), "");
-  EXPECT_EQ(Format("x%S", Args(null), 9), "x(null)");
-  EXPECT_EQ(Format("x%Sy", Args(null), 8), "xy");
-}
 
 class TraceLogTest : public ::testing::Test {
  protected:

@@ -24,9 +24,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -328,6 +330,45 @@ struct Probe {
       void* block = TvAllocatePoolWithTag(Number(arg(0)), options(1));
       out = block == nullptr ? " null" : PoolHeader(block);
       TvFreePoolWithTag(block, 0);
+      // ---- the log's formatter
+    } else if (op == "format" || op == "line") {  // SIZE FORMAT ARG...: into a buffer of SIZE bytes
+      // Arguments: a number, f:REAL, s:TEXT (char*), w:WORD (UTF-16 text), Z:TEXT (ANSI_STRING*),
+      // wZ:WORD (UNICODE_STRING*), guid (GUID*), null, n (an int the format may not write).
+      static const GUID guid{0x0123ABCD, 0xEF01, 0x2345, {0x67, 0x89, 0xAB, 0xCD, 0xEF, 0x01, 0x23, 0x45}};
+      static int sentinel = 1234;
+      std::vector<std::unique_ptr<Units>> units;
+      std::vector<ANSI_STRING> ansi(a.size());
+      std::vector<TraceArg> args;
+      for (std::size_t i = 2; i < a.size(); ++i) {
+        const std::string_view w = a[i];
+        if (w.starts_with("f:")) {
+          args.push_back(PackTraceArg(std::strtod(a[i] + 2, nullptr)));
+        } else if (w.starts_with("s:")) {
+          args.push_back(PackTraceArg(a[i] + 2));
+        } else if (w.starts_with("w:") || w.starts_with("wZ:")) {
+          units.push_back(std::make_unique<Units>(w.substr(w.find(':') + 1)));
+          args.push_back(w[1] == 'Z' ? PackTraceArg(units.back()->get()) : PackTraceArg(units.back()->text()));
+        } else if (w.starts_with("Z:")) {  // Z:TEXT or Z:L,M:TEXT
+          const char* text = a[i] + 2;
+          ansi[i] = ANSI_STRING{static_cast<std::uint16_t>(std::strlen(text)), 0, const_cast<char*>(text)};
+          if (const char* colon = std::strchr(text, ':'); colon != nullptr && std::isdigit(text[0])) {
+            ansi[i] = ANSI_STRING{static_cast<std::uint16_t>(Number(text)),
+                                  static_cast<std::uint16_t>(Number(std::strchr(text, ',') + 1)),
+                                  std::strcmp(colon + 1, "null") ? const_cast<char*>(colon + 1) : nullptr};
+          }
+          args.push_back(PackTraceArg(&ansi[i]));
+        } else {
+          args.push_back(w == "guid" ? PackTraceArg(&guid) : w == "null" ? PackTraceArg(nullptr)
+                         : w == "n"  ? PackTraceArg(&sentinel) : PackTraceArg(std::strtoull(a[i], nullptr, 0)));
+        }
+      }
+      std::string buffer(options(0) + kSpare, '#');
+      const std::size_t n = op == "format"
+                                ? TraceFormatMessage(buffer.data(), options(0), Text(arg(1)), args)
+                                : TraceFormatLine(std::strcmp(arg(0), "null") ? buffer.data() : nullptr, options(0),
+                                                  TraceRecord{2, 7, 0, 0, 42}, Text(arg(1)), args);
+      out = " " + std::to_string(n) + " " + ShowBytes(buffer.data(), options(0)) + "|" +
+            ShowBytes(buffer.data() + options(0), kSpare) + (sentinel != 1234 ? " written" : "");
       // ---- conversions
     } else if (op == "to-utf8n") {  // ROOM UNITS [BYTES]: the checked encoder, with the source's byte count
       const Units source(arg(1));
