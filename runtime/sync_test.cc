@@ -13,7 +13,6 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "runtime/sync_extra.h"
 #include "runtime/sync_for_testing.h"
@@ -117,23 +116,6 @@ TEST(RecursiveLock, FreeForOtherThreadsOnlyAfterTheLastRelease) {
   DeleteRecursiveLock(&lock);
 }
 
-// An RwLock records its owner only while held exclusively, and only that
-// thread sees it.
-TEST(RwLock, OwnershipIsSeenOnlyByTheExclusiveHolder) {
-  RwLock lock;
-  PrepareRwLock(&lock);
-  ASSERT_EQ(InitializeRwLock(&lock), STATUS_SUCCESS);
-  AcquireRwLockShared(&lock);
-  EXPECT_FALSE(IsRwLockOwnedExclusive(&lock));
-  ReleaseRwLock(&lock);
-  AcquireRwLockExclusive(&lock);
-  EXPECT_TRUE(IsRwLockOwnedExclusive(&lock));
-  std::thread([&] { EXPECT_FALSE(IsRwLockOwnedExclusive(&lock)); }).join();
-  ReleaseRwLock(&lock);
-  EXPECT_FALSE(IsRwLockOwnedExclusive(&lock));
-  DeleteRwLock(&lock);
-}
-
 // A set releases a waiter blocked before it; an auto-reset event is then
 // taken by that one waiter, a manual-reset event by every wait until reset.
 TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
@@ -157,35 +139,6 @@ TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
     ResetSyncEvent(&event);
     EXPECT_EQ(WaitSyncEvent(&event, 10), STATUS_TIMEOUT);
     DeleteSyncEvent(&event);
-  }
-}
-
-struct TvEvents {
-  TvEvents(std::size_t n, std::uint32_t type) : events(n), ptrs(n) {
-    for (std::size_t i = 0; i < n; ++i) {
-      EXPECT_EQ(TvInitializeEventEx(&events[i], type, 0), STATUS_SUCCESS);
-      ptrs[i] = &events[i];
-    }
-  }
-  ~TvEvents() { for (auto& e : events) TvCloseEvent(&e); }
-  std::vector<TvEvent> events;
-  std::vector<TvEvent*> ptrs;
-};
-
-// Six events, 2 and 5 set: the lowest index comes back; a notification event
-// stays set until reset, every ready synchronization event is consumed.
-TEST(TvEvent, WaitsReportTheLowestSignalledIndexAndConsumeSynchronizationEvents) {
-  for (std::uint32_t type : {TV_NOTIFICATION_EVENT, TV_SYNCHRONIZATION_EVENT}) {
-    SCOPED_TRACE(type);
-    TvEvents events(6, type);
-    TvSetEvent(events.ptrs[5]);
-    TvSetEvent(events.ptrs[2]);
-    EXPECT_EQ(TvWaitForMultipleEvents(events.ptrs.data(), 6, 0), 2);
-    const bool stays = type == TV_NOTIFICATION_EVENT;
-    EXPECT_EQ(TvReadEvent(events.ptrs[5]), stays);
-    EXPECT_EQ(TvWaitForMultipleEvents(events.ptrs.data(), 6, 0), stays ? 2 : STATUS_TIMEOUT);
-    TvResetEvent(events.ptrs[2]);
-    EXPECT_EQ(TvWaitForEvent(events.ptrs[2], 0), STATUS_TIMEOUT);
   }
 }
 

@@ -7,8 +7,8 @@
 //   runtime_probe OP ARG... [, OP ARG...]...
 //
 // The operations run in turn in one process. They share one file descriptor
-// (set by the opens), one directory stream and one string buffer (set by
-// "buffer"). Each prints "OP STATUS=0x........" and its out values. Words:
+// (set by the opens), one directory stream, one string buffer (set by
+// "buffer"), a row of events and one lock of each kind. Each prints "OP STATUS=0x........" and its out values. Words:
 //   null              a null pointer
 //   bad               a UTF-16 path holding a lone surrogate
 //   u:0041,D800       UTF-16 units in hex; any other text word is one unit per byte
@@ -31,11 +31,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
 #include "runtime/file_extra.h"
 #include "runtime/pool.h"
+#include "runtime/sync_extra.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
 
@@ -148,11 +150,24 @@ std::string PoolHeader(const void* block) {
          (reinterpret_cast<std::uintptr_t>(block) % 16 == 0 ? " aligned" : " unaligned");
 }
 
+// A question asked on this thread, or on another one when `other` is set.
+template <typename F>
+bool Elsewhere(bool other, F question) {
+  bool answer = false;
+  if (!other) return question();
+  std::thread([&] { answer = question(); }).join();
+  return answer;
+}
+
 struct Probe {
   FileHandle file = kInvalidFile;
   FileHandle directoryFile = kCurrentDirectory;
   DIR* directory = nullptr;
   std::u16string storage;  // the buffer behind `string`
+  std::vector<TvEvent> events;
+  OwnedMutex mutex{STATUS_NOT_INITIALIZED_SYNC, nullptr};
+  RecursiveLock recursive{STATUS_NOT_INITIALIZED_SYNC, nullptr};
+  RwLock rw{};
   UNICODE_STRING string{};
 
   std::string ShowString() const {
@@ -330,6 +345,52 @@ struct Probe {
       void* block = TvAllocatePoolWithTag(Number(arg(0)), options(1));
       out = block == nullptr ? " null" : PoolHeader(block);
       TvFreePoolWithTag(block, 0);
+      // ---- synchronisation objects; "... other" asks from another thread
+    } else if (op == "events") {  // COUNT TYPE INITIAL
+      events.assign(options(0), TvEvent{});
+      for (TvEvent& e : events) {
+        if (const NTSTATUS s = TvInitializeEventEx(&e, options(1), options(2)); !NT_SUCCESS(s)) status = s;
+      }
+    } else if (op == "set" || op == "reset" || op == "signalled") {  // INDEX
+      TvEvent* e = &events.at(options(0));
+      op == "set" ? TvSetEvent(e) : op == "reset" ? TvResetEvent(e) : (void)(out = TvReadEvent(e) ? " set" : " clear");
+    } else if (op == "wait") {  // TIMEOUT [COUNT | one INDEX]: the index signalled, or the status
+      std::vector<TvEvent*> all;
+      for (TvEvent& e : events) all.push_back(&e);
+      status = a.size() > 2 ? TvWaitForEvent(&events.at(options(2)), static_cast<std::int32_t>(Number(arg(0))))
+                            : TvWaitForMultipleEvents(a.size() > 1 && all.size() < options(1) ? nullptr : all.data(),
+                                                      a.size() > 1 ? options(1) : static_cast<std::uint32_t>(all.size()),
+                                                      static_cast<std::int32_t>(Number(arg(0))));
+    } else if (op == "close-events") {
+      for (TvEvent& e : events) TvCloseEvent(&e);
+      out = " descriptor " + std::to_string(events.empty() ? 0 : events[0].Descriptor);
+    } else if (op == "mutex") {  // init | acquire | release | held [other] | delete
+      const std::string_view what = arg(0);
+      if (what == "init") status = InitializeOwnedMutex(&mutex);
+      if (what == "acquire") AcquireOwnedMutex(&mutex);
+      if (what == "release") ReleaseOwnedMutex(&mutex);
+      if (what == "delete") DeleteOwnedMutex(&mutex);
+      if (what == "held") out = Elsewhere(a.size() > 1, [&] { return IsOwnedMutexHeld(&mutex); }) ? " held" : " not held";
+      out += Hex(" state %08X", static_cast<unsigned>(mutex.State)) + (mutex.Block ? PoolHeader(mutex.Block) : " no block");
+    } else if (op == "recursive") {  // init | acquire | release | owned [other] | delete
+      const std::string_view what = arg(0);
+      if (what == "init") status = InitializeRecursiveLock(&recursive);
+      if (what == "acquire") out = " depth " + std::to_string(AcquireRecursiveLock(&recursive));
+      if (what == "release") ReleaseRecursiveLock(&recursive);
+      if (what == "delete") DeleteRecursiveLock(&recursive);
+      if (what == "owned") out = Elsewhere(a.size() > 1, [&] { return IsRecursiveLockOwned(&recursive); }) ? " owned" : " not owned";
+      out += Hex(" state %08X", static_cast<unsigned>(recursive.State)) +
+             (recursive.Block ? PoolHeader(recursive.Block) : " no block");
+    } else if (op == "rw") {  // prepare | init | shared | exclusive | release | owned [other] | delete
+      const std::string_view what = arg(0);
+      if (what == "prepare") PrepareRwLock(&rw);
+      if (what == "init") status = InitializeRwLock(&rw);
+      if (what == "shared") AcquireRwLockShared(&rw);
+      if (what == "exclusive") AcquireRwLockExclusive(&rw);
+      if (what == "release") ReleaseRwLock(&rw);
+      if (what == "delete") DeleteRwLock(&rw);
+      if (what == "owned") out = Elsewhere(a.size() > 1, [&] { return IsRwLockOwnedExclusive(&rw); }) ? " owned" : " not owned";
+      out += Hex(" state %08X", static_cast<unsigned>(rw.State));
       // ---- the log's formatter
     } else if (op == "format" || op == "line") {  // SIZE FORMAT ARG...: into a buffer of SIZE bytes
       // Arguments: a number, f:REAL, s:TEXT (char*), w:WORD (UTF-16 text), Z:TEXT (ANSI_STRING*),
