@@ -201,6 +201,9 @@ store PT u64 0xabcd
 $ printf '12345678' | vantorctl -s -f --provisioning-token=@/dev/stdin --cid=@/run/secret/cid
 |
 store PT u64 0x12345678
+# A relative path names a file of the working directory.
+$ cd /run/secret && vantorctl -s -f -v --cid=@cid
+| cid="00112233445566778899aabbccddeeff".
 
 == an unreadable @PATH ends the run with its reason, before anything is opened
 store TRACE "info"
