@@ -218,6 +218,16 @@ struct Probe {
       std::uint32_t count = 0;
       status = ReadFile(file, buffer, std::min<std::uint32_t>(options(0), sizeof buffer), &count);
       out = " " + std::to_string(count) + " '" + std::string(buffer, count) + "'";
+    } else if (op == "pread") {  // COUNT OFFSET
+      char buffer[256] = {};
+      std::uint32_t count = 77;
+      const std::uint64_t offset = Number(arg(1));
+      status = ReadFileAtOffset(file, buffer, std::min<std::uint32_t>(options(0), sizeof buffer), &count, &offset);
+      out = " " + std::to_string(count) + " '" + ShowBytes(buffer, std::min<std::size_t>(count, sizeof buffer)) + "'";
+    } else if (op == "pwrite") {  // TEXT OFFSET
+      std::uint32_t written = 77;
+      status = WriteFileAtOffset(file, arg(0), static_cast<std::uint32_t>(std::strlen(arg(0))), Number(arg(1)), &written);
+      out = " " + std::to_string(written);
     } else if (op == "rename") {
       status = RenameFile(Units(arg(0)).get(), Units(arg(1)).get(), a.size() > 2);
     } else if (op == "delete") {
