@@ -16,20 +16,10 @@
 #include <utility>
 
 #include "runtime/fd.h"
-#include "runtime/pidfile_for_testing.h"
 #include "runtime/retry.h"
 #include "runtime/trace.h"
 
-namespace {
-
-// The path every operation uses (constant-initialised, no constructor runs).
-const char* gPidFilePath = kPidFilePath;
-
-}  // namespace
-
-void SetPidFilePathForTesting(const char* path) { gPidFilePath = path != nullptr ? path : kPidFilePath; }
-
-const char* PidFilePath() { return gPidFilePath; }
+const char* PidFilePath() { return kPidFilePath; }
 
 namespace {
 
@@ -54,7 +44,7 @@ long SystemPidMax() {
 std::int32_t ReadPidFileKeepOpen(UniqueFile* file) {
   file->reset();
   // Never through a planted link, and never stuck on a FIFO.
-  OpenedFile opened = OpenRegular(kCurrentDirectory, gPidFilePath, O_RDONLY | O_CLOEXEC, 0);
+  OpenedFile opened = OpenRegular(kCurrentDirectory, PidFilePath(), O_RDONLY | O_CLOEXEC, 0);
   if (opened.type != 0) {
     TraceError(TRACE_COMPONENT_PIDFILE, "PID file is not a regular file");
     return -EINVAL;

@@ -35,6 +35,6 @@ inline constexpr std::size_t kPidTextSize = 14;
 // sent through it) makes the answer hold past the call.
 [[nodiscard]] int PidFileLockHolderError(int file, std::int32_t pid);
 
-// The PID file's path: kPidFilePath unless a test pointed it elsewhere
-// (runtime/pidfile_for_testing.h).
+// The PID file's path, kPidFilePath (tests run in a mount namespace of their
+// own, with a private /run).
 [[nodiscard]] const char* PidFilePath();

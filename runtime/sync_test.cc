@@ -1,12 +1,12 @@
-// Locks, events and the rundown guard. Every ordering is made explicit (the
-// rundown's test hooks, a try-lock from another thread, a wait that cannot
-// return before a set): no test sleeps or measures elapsed time, and no
-// outcome depends on the machine's speed. A waiter that blocks for ever is
+// Events and the rundown guard across threads (what one thread can see of
+// them is in tests/cases/runtime_sync.t). Every ordering is made explicit (the
+// rundown's test hooks, a wait that cannot return before a set): no test
+// sleeps or measures elapsed time, and no outcome depends on the machine's
+// speed. A waiter that blocks for ever is
 // caught by the test's time-out.
 #include "runtime/sync.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <atomic>
 #include <cerrno>
@@ -14,7 +14,6 @@
 #include <mutex>
 #include <thread>
 
-#include "runtime/sync_extra.h"
 #include "runtime/sync_for_testing.h"
 
 namespace {
@@ -22,16 +21,6 @@ namespace {
 // Long enough that a wait never ends by its time-out while the test is still
 // setting up the event it waits for.
 constexpr std::int32_t kNoTimeout = 60'000;
-
-// Whether another thread can take `mutex` right now.
-bool FreeForAnotherThread(pthread_mutex_t* mutex) {
-  bool taken = false;
-  std::thread([&] {
-    taken = pthread_mutex_trylock(mutex) == 0;
-    if (taken) pthread_mutex_unlock(mutex);
-  }).join();
-  return taken;
-}
 
 // The last holder leaves between the waiter's publish and its wait, and is held
 // inside its release just before the signal. The waiter must not return (and
@@ -92,28 +81,6 @@ TEST(RundownGuard, WaitsWhileAHolderIsLeft) {
   ReleaseRundownGuard(&guard);
   waiter.join();
   gRundownTestHooks = {nullptr, nullptr};
-}
-
-TEST(RecursiveLock, FreeForOtherThreadsOnlyAfterTheLastRelease) {
-  RecursiveLock lock;
-  PrepareRecursiveLock(&lock);
-  ASSERT_EQ(InitializeRecursiveLock(&lock), STATUS_SUCCESS);
-  for (std::uint32_t depth = 1; depth <= 3; ++depth) {
-    EXPECT_EQ(AcquireRecursiveLock(&lock), depth);
-  }
-  for (int release = 1; release <= 2; ++release) {
-    ReleaseRecursiveLock(&lock);
-    EXPECT_TRUE(IsRecursiveLockOwned(&lock));
-    EXPECT_FALSE(FreeForAnotherThread(&lock.Block->Mutex)) << "free after release " << release << " of 3";
-  }
-  ReleaseRecursiveLock(&lock);
-  EXPECT_FALSE(IsRecursiveLockOwned(&lock));
-  EXPECT_TRUE(FreeForAnotherThread(&lock.Block->Mutex));
-  std::thread([&] {
-    EXPECT_EQ(AcquireRecursiveLock(&lock), 1u);
-    ReleaseRecursiveLock(&lock);
-  }).join();
-  DeleteRecursiveLock(&lock);
 }
 
 // A set releases a waiter blocked before it; an auto-reset event is then

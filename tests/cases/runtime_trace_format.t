@@ -53,6 +53,8 @@ $ runtime_probe format 2048 '%-*d|' -5000 1 , format 2048 '%.*s|' 2000 s:ab , fo
 | format STATUS=0x00000000 961 1{ *959}|\0{#*1086}|##
 | format STATUS=0x00000000 3 ab|\0{#*2044}|##
 | format STATUS=0x00000000 1 7\0{#*2046}|##
+$ runtime_probe format 32 '%.0s|%.0d|%.*s|%.*s|%.1s|%.0f' s:abc 0 0 s:abc -1 s:abc s:abc f:2.5
+| format STATUS=0x00000000 10 |||abc|a|2\0{#*21}|##
 
 == cutting: the whole text with exactly its room, one character less for each byte less
 $ runtime_probe format 18 '%!STATUS!' 0xC0000225 , format 17 '%!STATUS!' 0xC0000225 , format 39 %!GUID! guid , format 38 %!GUID! guid

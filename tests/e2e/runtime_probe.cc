@@ -22,6 +22,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -36,6 +37,8 @@
 #include <vector>
 
 #include "runtime/file_extra.h"
+#include "runtime/pidfile.h"
+#include "runtime/pidfile_writer.h"
 #include "runtime/pool.h"
 #include "runtime/sync_extra.h"
 #include "runtime/trace.h"
@@ -401,6 +404,20 @@ struct Probe {
       if (what == "delete") DeleteRwLock(&rw);
       if (what == "owned") out = Elsewhere(a.size() > 1, [&] { return IsRwLockOwnedExclusive(&rw); }) ? " owned" : " not owned";
       out += Hex(" state %08X", static_cast<unsigned>(rw.State));
+      // ---- the PID file: both sides
+    } else if (op == "pidfile") {  // create | acquire | remove | read
+      const std::string_view what = arg(0);
+      if (what == "create") status = CreatePidFile();
+      if (what == "acquire") status = AcquirePidFile();
+      if (what == "acquire") out = PidFileExisted() ? " existed" : " new";
+      if (what == "remove") RemovePidFile();
+      if (what == "read") {
+        const std::int32_t pid = ReadPidFile();
+        out = pid == getpid() ? " self" : " " + std::to_string(pid);
+      }
+    } else if (op == "pause") {  // until a signal ends the process (a PID file's holder in the background)
+      std::fflush(stdout);
+      ::pause();
       // ---- the log's formatter
     } else if (op == "format" || op == "line") {  // SIZE FORMAT ARG...: into a buffer of SIZE bytes
       // Arguments: a number, f:REAL, s:TEXT (char*), w:WORD (UTF-16 text), Z:TEXT (ANSI_STRING*),
