@@ -74,8 +74,10 @@ TEST_F(SimpleStoreTest, SlotsFullOrDuplicated) {
 
 TEST_F(SimpleStoreTest, DataAndNameLimits) {
   Seed(StoreImage().bytes());
+  const auto mark = vt_test::LogMark();
   EXPECT_EQ(Set("big", std::string(257, 'e')), STATUS_INVALID_PARAMETER_2);
   EXPECT_EQ(Set("LogCounters1", "12"), STATUS_INVALID_PARAMETER_1);  // 24 bytes
+  EXPECT_EQ(vt_test::LogMessagesSince(mark), "Data is invalid\nInvalid name length:24\nName is invalid\n");
   EXPECT_EQ(ReadBytes(), StoreImage().bytes());
   EXPECT_EQ(Set("big", std::string(256, 'd')), STATUS_SUCCESS);
   EXPECT_EQ(Set("LogCounters", "11"), STATUS_SUCCESS);  // 22 bytes
@@ -122,32 +124,52 @@ TEST_F(SimpleStoreTest, OpenFinishesACutWriteBackOrDiscardsItsJournal) {
   damaged[9000] ^= 1;
   const std::string longer = before + std::string(808, '-');  // a repair cuts this to 8192 bytes
   const std::string repaired = StoreImage().bytes();
+  const std::string journalPath = path_ + "-journal", finished = "Finished an interrupted write-back of the "
+                                  "store from its journal " + journalPath + "\n",
+                    since = "Discarded the store journal " + journalPath + ": the store was written since\n";
+  const auto incomplete = [&](int bytes) {
+    return "Discarded the store journal " + journalPath + ": incomplete (" + std::to_string(bytes) +
+           " bytes), the store was not yet written\n";
+  };
   struct Case {
     const char* what;
-    std::string store, journal, expected;
+    std::string store, journal, expected, log;
   } cases[] = {
-      {"cut at any sector: finished", cut, journal, after},
-      {"not begun: finished", before, journal, after},
-      {"written since: discarded", foreign, journal, foreign},
-      {"journal damaged: discarded", before, damaged, before},
-      {"journal short: discarded", before, journal.substr(0, journal.size() - 1), before},
-      {"journal long: discarded", before, journal + "x", before},
+      {"cut at any sector: finished", cut, journal, after, finished},
+      {"not begun: finished", before, journal, after, finished},
+      {"written since: discarded", foreign, journal, foreign, since},
+      {"journal damaged: discarded", before, damaged, before, incomplete(16404)},
+      {"journal short: discarded", before, journal.substr(0, journal.size() - 1), before, incomplete(16403)},
+      {"journal long: discarded", before, journal + "x", before, incomplete(16405)},
       {"a longer file cut part way: finished and cut", repaired.substr(0, 512) + longer.substr(512),
-       Journal(longer, longer.size(), repaired), repaired},
-      {"a file lengthened since: discarded, then repaired", before + "y", journal, repaired},
+       Journal(longer, longer.size(), repaired), repaired, finished},
+      {"a file lengthened since: discarded, then repaired", before + "y", journal, repaired,
+       since + "Invalid file " + path_ + " length: 8193\n"},
   };
   for (const Case& c : cases) {
     CloseSimpleStore();
     ASSERT_TRUE(vt_test::WriteFileBytes(path_, c.store) && vt_test::WriteFileBytes(path_ + "-journal", c.journal));
+    const auto mark = vt_test::LogMark();
     EXPECT_EQ(OpenSimpleStoreAt(path_.c_str()), STATUS_SUCCESS) << c.what;
     EXPECT_EQ(ReadBytes(), c.expected) << c.what;
     EXPECT_NE(access((path_ + "-journal").c_str(), F_OK), 0) << c.what;
+    EXPECT_EQ(vt_test::LogMessagesSince(mark), c.log) << c.what;
   }
 
   // A run that died meanwhile left a journal: the next change finishes it first.
   ASSERT_TRUE(vt_test::WriteFileBytes(path_, cut) && vt_test::WriteFileBytes(path_ + "-journal", journal));
   ASSERT_EQ(Set("TRACE", "info"), STATUS_SUCCESS);
   EXPECT_EQ(ReadBytes(), StoreImage(updated).Add("TRACE", "info").bytes());
+}
+
+// Each change leaves the process-wide lock behind it: a change from another
+// thread afterwards goes through (a lock left held blocks it until the test's
+// time-out).
+TEST_F(SimpleStoreTest, ChangesFromTwoThreadsInTurn) {
+  Seed(StoreImage().bytes());
+  ASSERT_EQ(Set("APH", "a"), STATUS_SUCCESS);
+  std::thread([&] { EXPECT_EQ(Set("TRACE", "info"), STATUS_SUCCESS); }).join();
+  EXPECT_EQ(Get("APH") + Get("TRACE"), "ainfo");
 }
 
 TEST_F(SimpleStoreTest, AChangeGoesToTheFileThePathNames) {

@@ -33,5 +33,16 @@ class TraceCapture {
 
 inline std::size_t LogMark() { return TraceCapture::Get().Mark(); }
 inline std::string LogSince(std::size_t mark) { return TraceCapture::Get().Since(mark); }
+// The messages of the lines written after `mark`, one per line, without the
+// time in front ("%c" in the C locale: 24 characters and a space) or the
+// thread and message number after the tab.
+inline std::string LogMessagesSince(std::size_t mark) {
+  std::string messages;
+  const std::string text = LogSince(mark);
+  for (std::size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+    messages += text.substr(at + 25, text.find('\t', at) - at - 25) + "\n";
+  }
+  return messages;
+}
 
 }  // namespace vt_test
