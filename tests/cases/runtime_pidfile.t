@@ -96,44 +96,44 @@ log <time> Invalid PID: 0\t(<tid>) [0] (esc)
 file /run/vantor-sensor.pid ""
 
 == the PID file's calls failing, made to fail by strace on that file only (opened as /var/run/..., its descriptor is /run/...)
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=openat:error=EACCES runtime_probe pidfile create , pidfile read
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=openat:error=EACCES runtime_probe pidfile create , pidfile read
 | pidfile STATUS=0xC0000001
 | pidfile STATUS=0x00000000 -13
 log <time> Error creating PID file: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
 log <time> Error opening PID file: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=fchmod:error=EPERM runtime_probe pidfile create , mode /run/vantor-sensor.pid , pidfile remove
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=fchmod:error=EPERM runtime_probe pidfile create , mode /run/vantor-sensor.pid , pidfile remove
 | pidfile STATUS=0x00000000
 | mode STATUS=0x00000000 0600
 | pidfile STATUS=0x00000000
 log <time> Cannot set the PID file's mode: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=flock:error=EAGAIN runtime_probe pidfile create , mode /run/vantor-sensor.pid ; rm /run/vantor-sensor.pid
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=flock:error=EAGAIN runtime_probe pidfile create , mode /run/vantor-sensor.pid ; rm /run/vantor-sensor.pid
 | pidfile STATUS=0xC0000055
 | mode STATUS=0x00000000 0600
 log <time> PID file cannot be locked: ERRNO=11 (Resource temporarily unavailable)\t(<tid>) [0] (esc)
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=write:error=EIO runtime_probe pidfile create , pidfile remove
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=write:error=EIO runtime_probe pidfile create , pidfile remove
 | pidfile STATUS=0xC0000001
 | pidfile STATUS=0x00000000
 log <time> Error writing PID file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=write:error=EINTR:when=1..100 runtime_probe pidfile create , pidfile read , pidfile remove
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=write:error=EINTR:when=1..100 runtime_probe pidfile create , pidfile read , pidfile remove
 | pidfile STATUS=0x00000000
 | pidfile STATUS=0x00000000 self
 | pidfile STATUS=0x00000000
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=write:error=EINTR:when=1..101 runtime_probe pidfile create , pidfile remove
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=write:error=EINTR:when=1..101 runtime_probe pidfile create , pidfile remove
 | pidfile STATUS=0xC0000001
 | pidfile STATUS=0x00000000
 log <time> Error writing PID file: ERRNO=4 (Interrupted system call)\t(<tid>) [0] (esc)
-$ strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=unlink:error=EBUSY runtime_probe pidfile create , pidfile remove , pidfile read ; rm /run/vantor-sensor.pid
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=unlink:error=EBUSY runtime_probe pidfile create , pidfile remove , pidfile read ; rm /run/vantor-sensor.pid
 | pidfile STATUS=0x00000000
 | pidfile STATUS=0x00000000
 | pidfile STATUS=0x00000000 self
 log <time> failed to remove PID file: ERRNO=16 (Device or resource busy)\t(<tid>) [0] (esc)
-$ echo 42 >/run/vantor-sensor.pid && strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..100 runtime_probe pidfile read
+$ echo 42 >/run/vantor-sensor.pid && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..100 runtime_probe pidfile read
 | pidfile STATUS=0x00000000 42
 file /run/vantor-sensor.pid "42\n"
-$ strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..101 runtime_probe pidfile read
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..101 runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -4
 log <time> Error reading PID file: ERRNO=4 (Interrupted system call)\t(<tid>) [0] (esc)
-$ strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EIO runtime_probe pidfile read ; rm /run/vantor-sensor.pid
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EIO runtime_probe pidfile read ; rm /run/vantor-sensor.pid
 | pidfile STATUS=0x00000000 -5
 log <time> Error reading PID file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
 absent /run/vantor-sensor.pid
