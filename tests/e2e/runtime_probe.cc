@@ -34,6 +34,7 @@
 #include <string_view>
 #include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "runtime/file_extra.h"
@@ -163,6 +164,9 @@ bool Elsewhere(bool other, F question) {
 }
 
 struct Probe {
+  ~Probe() {
+    if (directory != nullptr) (void)CloseDirectory(directory);
+  }
   FileHandle file = kInvalidFile;
   FileHandle directoryFile = kCurrentDirectory;
   DIR* directory = nullptr;
@@ -256,10 +260,10 @@ struct Probe {
       struct stat st {};
       status = stat(arg(0), &st) == 0 ? STATUS_SUCCESS : STATUS_UNSUCCESSFUL;
       out = Hex(" %04o", static_cast<unsigned>(st.st_mode & 07777));
-    } else if (op == "opendir") {
-      status = OpenDirectoryUnicode(Units(arg(0)).get(), a.size() > 1 ? nullptr : &directory);
-    } else if (op == "opendir-a") {
-      status = OpenDirectory(Text(arg(0)), a.size() > 1 ? nullptr : &directory);
+    } else if (op == "opendir" || op == "opendir-a") {
+      if (directory != nullptr) (void)CloseDirectory(std::exchange(directory, nullptr));
+      status = op == "opendir" ? OpenDirectoryUnicode(Units(arg(0)).get(), a.size() > 1 ? nullptr : &directory)
+                               : OpenDirectory(Text(arg(0)), a.size() > 1 ? nullptr : &directory);
     } else if (op == "dirfd") {
       status = GetDirectoryFd(directory, a.empty() ? &directoryFile : nullptr);
     } else if (op == "list") {  // every entry left (matching the pattern when given), sorted
