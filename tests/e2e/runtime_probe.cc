@@ -8,7 +8,10 @@
 //
 // The operations run in turn in one process. They share one file descriptor
 // (set by the opens), one directory stream, one string buffer (set by
-// "buffer"), a row of events and one lock of each kind. Each prints "OP STATUS=0x........" and its out values. Words:
+// "buffer"), a row of events and one lock of each kind. Each prints
+// "OP STATUS=0x........" (0 for an operation without a status) and its out
+// values; what an operation takes is written beside its name in Probe::Run.
+// Words:
 //   null              a null pointer
 //   bad               a UTF-16 path holding a lone surrogate
 //   u:0041,D800       UTF-16 units in hex; any other text word is one unit per byte
