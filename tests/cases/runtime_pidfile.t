@@ -62,12 +62,13 @@ log <time> failed to remove PID file: ERRNO=21 (Is a directory)\t(<tid>) [0] (es
 dir /run/vantor-sensor.pid
 
 == the numbers a read takes: 1 to pid_max, in decimal, at most 14 bytes
-file /run/vantor-sensor.pid "42\n"
+# 1 is this namespace's first process, never the probe, which would read as "self"
+file /run/vantor-sensor.pid "1\n"
 $ runtime_probe pidfile read
-| pidfile STATUS=0x00000000 42
-$ printf '  42xyz' >/run/vantor-sensor.pid && runtime_probe pidfile read
-| pidfile STATUS=0x00000000 42
-file /run/vantor-sensor.pid "  42xyz"
+| pidfile STATUS=0x00000000 1
+$ printf '  1xyz' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 1
+file /run/vantor-sensor.pid "  1xyz"
 $ printf '0\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -34
 log <time> Invalid PID: 0\t(<tid>) [0] (esc)
@@ -87,9 +88,9 @@ $ printf '0000000000000042' >/run/vantor-sensor.pid && runtime_probe pidfile rea
 | pidfile STATUS=0x00000000 -34
 log <time> Invalid PID: 0\t(<tid>) [0] (esc)
 file /run/vantor-sensor.pid "0000000000000042"
-$ printf '00000000000042' >/run/vantor-sensor.pid && runtime_probe pidfile read
-| pidfile STATUS=0x00000000 42
-file /run/vantor-sensor.pid "00000000000042"
+$ printf '00000000000001' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 1
+file /run/vantor-sensor.pid "00000000000001"
 $ : >/run/vantor-sensor.pid && runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -34
 log <time> Invalid PID: 0\t(<tid>) [0] (esc)
@@ -127,9 +128,9 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 | pidfile STATUS=0x00000000
 | pidfile STATUS=0x00000000 self
 log <time> failed to remove PID file: ERRNO=16 (Device or resource busy)\t(<tid>) [0] (esc)
-$ echo 42 >/run/vantor-sensor.pid && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..100 runtime_probe pidfile read
-| pidfile STATUS=0x00000000 42
-file /run/vantor-sensor.pid "42\n"
+$ echo 1 >/run/vantor-sensor.pid && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..100 runtime_probe pidfile read
+| pidfile STATUS=0x00000000 1
+file /run/vantor-sensor.pid "1\n"
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e inject=read:error=EINTR:when=1..101 runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -4
 log <time> Error reading PID file: ERRNO=4 (Interrupted system call)\t(<tid>) [0] (esc)
