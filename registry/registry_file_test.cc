@@ -51,7 +51,7 @@ TEST_F(RegistryFile, DamagedFilesLoadUpToTheDamage) {
 
 TEST_F(RegistryFile, DumpLines) {
   ASSERT_EQ(Open(), STATUS_SUCCESS);
-  RegistryNode* record = Record(Collection(Store(kGuidA), kGuidB, 1), "rec");
+  RegistryNode* record = Record(Collection(Store(kGuidA), kGuidB, 1), "rec", 7);  // any non-zero: volatile
   ASSERT_EQ(Set(record, "attr", std::string("\x00\xab\x10", 3)), STATUS_SUCCESS);
   ASSERT_EQ(Set(record, "none", ""), STATUS_SUCCESS);
   // Names outside 7-bit text cannot be converted: the fallback lines.
@@ -66,7 +66,7 @@ TEST_F(RegistryFile, DumpLines) {
                 "|     (Store) GUID: {0x11223344, 0x5566, 0x7788, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x01}\n"
                 "|          (Collection) GUID: {0xA0B0C0D0, 0x0102, 0x0304, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, "
                 "0x07, 0x08} Volatile: 1\n"
-                "|               (Record) IndexName: rec Volatile: 0\n"
+                "|               (Record) IndexName: rec Volatile: 1\n"
                 "|                    (Attribute) AttributeName: attr Length: 3 Data: 00AB10\n"
                 "|                    (Attribute) AttributeName: none Length: 0 Data: \n"
                 "|     (Store) GUID: {0x00000001, 0x0000, 0xFFFF, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x80}\n"

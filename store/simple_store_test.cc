@@ -172,6 +172,21 @@ TEST_F(SimpleStoreTest, ChangesFromTwoThreadsInTurn) {
   EXPECT_EQ(Get("APH") + Get("TRACE"), "ainfo");
 }
 
+// A write-back holds the termination signals off only while it runs: the
+// caller gets its own mask back, a signal it had blocked itself still blocked.
+TEST_F(SimpleStoreTest, AChangeGivesTheCallersSignalMaskBack) {
+  Seed(StoreImage().bytes());
+  sigset_t hup, before, after;
+  sigemptyset(&hup);
+  sigaddset(&hup, SIGHUP);
+  ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &hup, &before), 0);
+  EXPECT_EQ(Set("APH", "a"), STATUS_SUCCESS);
+  EXPECT_EQ(Delete("APH"), STATUS_SUCCESS);
+  ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &before, &after), 0);
+  EXPECT_EQ(sigismember(&after, SIGHUP), 1);
+  for (const int signal : {SIGTERM, SIGINT, SIGQUIT}) EXPECT_EQ(sigismember(&after, signal), 0) << signal;
+}
+
 TEST_F(SimpleStoreTest, AChangeGoesToTheFileThePathNames) {
   Seed(StoreImage().Add("APH", "a").bytes());
   const std::string moved = dir_ / "moved", other = dir_ / "other";

@@ -4,6 +4,9 @@
 #   0xC0000008 invalid handle    0xC000000D invalid parameter 0xC00000EF/F0 invalid parameter 1/2
 #   0xC0000022 access denied     0xC0000034 name not found    0xC0000098 file invalid
 #   0xC000009A insufficient resources                         0xC00004B4 path not expanded
+# Failures of write and pwrite come through strace, with the leak check off (it cannot run under
+# ptrace).
+needs strace
 
 == kernel-style opens: the descriptor is written on every path but an unconvertible one
 file /run/d/f "hello"
@@ -56,7 +59,7 @@ $ runtime_probe open-owner /run/d/new 0 1 , open-owner /run/d/new 4 1 , open-own
 | open-owner STATUS=0xC000000D error 0
 | open-owner STATUS=0xC0000022 error 0
 | open-owner STATUS=0xC0000022 error 0
-$ runtime_probe open-owner /run/d/keep 1 0 , flags , write x , open-owner /run/d/keep 2 0 , flags , open-owner /run/d/keep 3 0x400 , flags
+$ runtime_probe open-owner /run/d/keep 1 0 , flags , write x , open-owner /run/d/keep 2 0 , flags , open-owner /run/d/keep 3 0x400 , flags , open-owner /run/d/keep 1 0x400 , flags
 | open-owner STATUS=0x00000000 error 0
 | flags STATUS=0x00000000 cloexec read
 | write STATUS=0xC0000001 0
@@ -64,6 +67,8 @@ $ runtime_probe open-owner /run/d/keep 1 0 , flags , write x , open-owner /run/d
 | flags STATUS=0x00000000 cloexec write
 | open-owner STATUS=0x00000000 error 0
 | flags STATUS=0x00000000 inherited both
+| open-owner STATUS=0x00000000 error 0
+| flags STATUS=0x00000000 inherited read
 log <time> Couldn't write to file: ERRNO=9 (Bad file descriptor)\t(<tid>) [0] (esc)
 $ runtime_probe open-owner /run/d/keep 1 0x801 , open-owner /run/d/none 1 0x200 , open-owner /run/d/none 1 0 , open-owner /run/d/keep/sub 1 0x200
 | open-owner STATUS=0xC0000001 error 17
@@ -358,3 +363,22 @@ log <time> Could not resolve path /run/missing: ERRNO=2 (No such file or directo
 log <time> Could not expand path '/run/missing': STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Error getting buffer length: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Could not convert unicode filename '/\x00' to UTF-8: STATUS=0xC0000001\t(<tid>) [0] (esc)
+
+== a write that fails says why; one that makes no progress is an I/O error, not a loop
+file /run/f "0123"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/f -e trace=write -e inject=write:error=ENOSPC:when=1 runtime_probe open /run/f 3 0 , write abc
+| open STATUS=0x00000000
+| write STATUS=0xC0000001 0
+log <time> Couldn't write to file: ERRNO=28 (No space left on device)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/f -e trace=write -e inject=write:retval=0:when=1 runtime_probe open /run/f 3 0 , write abc
+| open STATUS=0x00000000
+| write STATUS=0xC0000001 0
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/f -e trace=pwrite64 -e inject=pwrite64:error=ENOSPC:when=1 runtime_probe open /run/f 3 0 , pwrite abc 1
+| open STATUS=0x00000000
+| pwrite STATUS=0xC0000001 0
+log <time> Couldn't write to file: ERRNO=28 (No space left on device)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/f -e trace=pwrite64 -e inject=pwrite64:retval=0:when=1 runtime_probe open /run/f 3 0 , pwrite abc 1
+| open STATUS=0x00000000
+| pwrite STATUS=0xC0000001 0
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)

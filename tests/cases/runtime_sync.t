@@ -1,6 +1,9 @@
 # The runtime's events and locks, through runtime_probe, on one thread ("other": the question
 # asked from a second thread). "wait TIMEOUT" waits on every event made by "events" and shows the
 # lowest index signalled, or 0x00000102 for a time-out and 0xC000000D for a bad argument.
+# The failures of ppoll and eventfd come through strace, with the leak check off (it cannot run
+# under ptrace).
+needs strace
 
 == events: the lowest index signalled; synchronization events are consumed, notification events stay
 $ runtime_probe events 6 1 0 , set 5 , set 2 , wait 0 , signalled 5 , wait 0 , wait 0 , set 3 , set 3 , wait 0 , wait 0 , close-events
@@ -95,3 +98,37 @@ $ runtime_probe rw prepare , rw init , rw shared , rw owned , rw release , rw ex
 | rw STATUS=0x00000000 not owned state 00000000
 | rw STATUS=0x00000000 state C000A003
 | rw STATUS=0x00000000 state C000A003
+
+== a failed wait says why in the log; an interrupted one goes on waiting, within its time
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=ppoll -e inject=ppoll:error=EINTR:when=1 runtime_probe events 2 1 0 , set 1 , wait 1000 , events 1 1 0 , wait 30
+| events STATUS=0x00000000
+| set STATUS=0x00000000
+| wait STATUS=0x00000001
+| events STATUS=0x00000000
+| wait STATUS=0x00000102
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=ppoll -e inject=ppoll:error=ENOMEM:when=1 runtime_probe events 1 0 1 , wait 0
+| events STATUS=0x00000000
+| wait STATUS=0xC000009A
+log <time> TvWaitForMultipleEvents ppoll failed: ERRNO=12 (Cannot allocate memory)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=ppoll -e inject=ppoll:error=EINVAL:when=1 runtime_probe events 1 0 1 , wait 0
+| events STATUS=0x00000000
+| wait STATUS=0xC000009A
+log <time> TvWaitForMultipleEvents ppoll failed: ERRNO=22 (Invalid argument)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=ppoll -e inject=ppoll:error=EBADF:when=1 runtime_probe events 1 0 1 , wait 0
+| events STATUS=0x00000000
+| wait STATUS=0xC0000001
+log <time> TvWaitForMultipleEvents ppoll failed: ERRNO=9 (Bad file descriptor)\t(<tid>) [0] (esc)
+
+== an event that cannot be made says why in the log
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=eventfd2 -e inject=eventfd2:error=ENOMEM:when=2 runtime_probe events 3 0 0
+| events STATUS=0xC000009A
+log <time> TvInitializeEventEx failed: ERRNO=12 (Cannot allocate memory)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=eventfd2 -e inject=eventfd2:error=EMFILE:when=1 runtime_probe events 1 0 0
+| events STATUS=0xC000011F
+log <time> TvInitializeEventEx failed: ERRNO=24 (Too many open files)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=eventfd2 -e inject=eventfd2:error=ENFILE:when=1 runtime_probe events 1 0 0
+| events STATUS=0xC000011F
+log <time> TvInitializeEventEx failed: ERRNO=23 (Too many open files in system)\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=eventfd2 -e inject=eventfd2:error=ENODEV:when=1 runtime_probe events 1 0 0
+| events STATUS=0xC0000001
+log <time> TvInitializeEventEx failed: ERRNO=19 (No such device)\t(<tid>) [0] (esc)

@@ -5,8 +5,8 @@
 # %n may not write, shown as "written" if it did).
 
 == the runtime's own conversions
-$ runtime_probe format 64 '[%Z][%wZ][%lZ][%wZ][%Z][%Z]' Z:3,6:hello wZ:ab wZ:ab wZ:@5,6:u:263A,0071,007A Z:2,2:null Z:0,0:null
-| format STATUS=0x00000000 27 [hel][ab][ab][:q][(null)][]\0{#*36}|##
+$ runtime_probe format 64 '[%Z][%wZ][%lZ][%wZ][%Z][%Z][%Z]' Z:3,6:hello wZ:ab wZ:ab wZ:@5,6:u:263A,0071,007A Z:2,2:null Z:0,0:null Z:1,4:xyz
+| format STATUS=0x00000000 30 [hel][ab][ab][:q][(null)][][x]\0{#*33}|##
 $ runtime_probe format 64 '%C%lc%wc|%S|%ls|%ws.' 0x141 0x79 0x7A w:one w:two w:
 | format STATUS=0x00000000 13 Ayz|one|two|.\0{#*50}|##
 $ runtime_probe format 64 '[%Z]|[%wZ]|[%S]|%!GUID!|%s|%p' null null null null null null

@@ -138,6 +138,19 @@ store TRACE "info"
 $ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
 | S
 
+== the PID file names a process that holds a shared lock on it, not the exclusive one
+store empty
+file /var/run/vantor-sensor.pid 0600 "5000\n"
+sh echo 4999 >/proc/sys/kernel/ns_last_pid; sh -c 'flock -s 3; exec sleep 300' 3</var/run/vantor-sensor.pid &
+sh until ! flock -n -x /var/run/vantor-sensor.pid true; do sleep 0.01; done
+$ timeout 5 vantorctl -s --trace=info --update
+|
+! Failed to send SIGHUP to vantor process (PID 5000): No such process
+log <time> Process 5000 has the PID file open but does not hold its lock: not the sensor\t(<tid>) [0] (esc)
+store TRACE "info"
+$ sleep 0.1; cut -d' ' -f3 /proc/5000/stat
+| S
+
 == a dead daemon's forked helper still holds the lock, and the daemon's PID went to a stray
 # The "daemon" (PID 6000) takes the lock and forks a helper that shares it, then dies; a stray
 # process is given its PID.
@@ -433,6 +446,38 @@ $ timeout 5 vantorctl -g --systags
 | 7
 |
 file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 01000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0008000000 0700000000000000
+
+# The system log hears why the log was refused (strace stands in for its socket, which the sandbox
+# lacks, and shows what the tool sent, time stamp left out).
+== the system log: a link at the log
+store empty
+link /var/log/vantorctl.log -> /run/nothing
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /run/calls -s 300 -e trace=connect,sendto,fchmod -e inject=connect:retval=0 -e inject=sendto:retval=1 vantorctl -g --aph; sed -nE 's/^[0-9]* *sendto\([0-9]+, "<([0-9]+)>.{16}(.*)", [0-9]+, .*/syslog <\1> \2/p' /run/calls; rm /run/calls
+| aph is not set.
+| syslog <11> vantorctl: vantor: Refusing log file /var/log/vantorctl.log: a symbolic link
+| syslog <11> vantorctl: vantor: Unable to open log file /var/log/vantorctl.log, errno = 40
+
+== the system log: a FIFO at the log that a process holds open
+store empty
+fifo /var/log/vantorctl.log
+sh sleep 30 3<>/var/log/vantorctl.log >/dev/null 2>&1 &
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /run/calls -s 300 -e trace=connect,sendto,fchmod -e inject=connect:retval=0 -e inject=sendto:retval=1 vantorctl -g --aph; sed -nE 's/^[0-9]* *sendto\([0-9]+, "<([0-9]+)>.{16}(.*)", [0-9]+, .*/syslog <\1> \2/p' /run/calls; rm /run/calls
+| aph is not set.
+| syslog <11> vantorctl: vantor: Refusing log file /var/log/vantorctl.log: not a regular file
+| syslog <11> vantorctl: vantor: Unable to open log file /var/log/vantorctl.log, errno = 22
+
+== the system log: a directory at the log
+store empty
+dir /var/log/vantorctl.log
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /run/calls -s 300 -e trace=connect,sendto,fchmod -e inject=connect:retval=0 -e inject=sendto:retval=1 vantorctl -g --aph; sed -nE 's/^[0-9]* *sendto\([0-9]+, "<([0-9]+)>.{16}(.*)", [0-9]+, .*/syslog <\1> \2/p' /run/calls; rm /run/calls
+| aph is not set.
+| syslog <11> vantorctl: vantor: Unable to open log file /var/log/vantorctl.log, errno = 21
+
+== the system log: the new log's mode cannot be set (its first fchmod fails)
+store empty
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /run/calls -s 300 -e trace=connect,sendto,fchmod -e inject=connect:retval=0 -e inject=sendto:retval=1 -e inject=fchmod:error=EPERM:when=1 vantorctl -g --aph; sed -nE 's/^[0-9]* *sendto\([0-9]+, "<([0-9]+)>.{16}(.*)", [0-9]+, .*/syslog <\1> \2/p' /run/calls; rm /run/calls
+| aph is not set.
+| syslog <11> vantorctl: vantor: Cannot set the mode of log file /var/log/vantorctl.log, errno = 1
 
 == a full disk: the registry's repair cannot be written, the tags are still printed, and the file
 # and stays as it was.

@@ -159,6 +159,87 @@ log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
 hangups 0
 
+# The credentials' own handlers: a failed read, write or delete of each names it, and the
+# stored values stay. A CID that cannot be written is named by its 32 digits, as typed.
+== cid, aid and provisioning-token
+store CU hex 00112233445566778899aabbccddeeff
+store AG hex 000102030405060708090a0b0c0d0e0f
+store PT u64 0xabcd
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --cid
+|
+! Could not read CID from config file
+! ERROR: failed to process the option --cid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --aid
+|
+! Could not read AID from config file
+! ERROR: failed to process the option --aid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=2 vantorctl -g --provisioning-token
+|
+! Could not read provision token from config file
+! ERROR: failed to process the option --provisioning-token
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s -f --cid=00112233-4455-6677-8899-AABBCCDDEEFF-08
+|
+! Could not write CID "00112233445566778899AABBCCDDEEFF" to config file
+! ERROR: failed to process the option --cid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -d -f --cid
+|
+! Could not delete CID from config file
+! ERROR: failed to process the option --cid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -d -f --aid
+|
+! Could not delete AID from config file
+! ERROR: failed to process the option --aid
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -s -f --provisioning-token=12345678
+|
+! Could not write provisioning token to config file
+! ERROR: failed to process the option --provisioning-token
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pwrite64 -e inject=pwrite64:error=EIO:when=1 vantorctl -d -f --provisioning-token
+|
+! Could not delete provisioning token from config file
+! ERROR: failed to process the option --provisioning-token
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
+$ vantorctl -g --cid --aid --provisioning-token
+| cid="00112233445566778899aabbccddeeff", aid="000102030405060708090a0b0c0d0e0f", provisioning-token=0000abcd.
+
 # An unreadable history reads as no history.
 == the sensor's state
 store empty

@@ -6,10 +6,10 @@ $ vantorctl -g --tags
 | Sensor grouping tags are not set.
 $ vantorctl -d -v --tags
 | Sensor grouping tags are not set.
-# every character a tag may hold
-$ vantorctl -s -v --tags=web,prod/eu-1,team_a,@night,stage.3
-| tags=web,prod/eu-1,team_a,@night,stage.3.
-store GroupTags "web,prod/eu-1,team_a,@night,stage.3"
+# every character a tag may hold, the first and last of each range among them
+$ vantorctl -s -v --tags=web,prod/eu-1,team_a,@night,stage.3,AZaz09
+| tags=web,prod/eu-1,team_a,@night,stage.3,AZaz09.
+store GroupTags "web,prod/eu-1,team_a,@night,stage.3,AZaz09"
 $ vantorctl -s -v --tags=b
 |
 ! Sensor grouping tags are already set, but -f was not specified

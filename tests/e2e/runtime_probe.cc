@@ -308,9 +308,10 @@ struct Probe {
       status = ResolvePath(Text(arg(0)) ? &path : nullptr, result.ptr());
       out = " '" + std::string(View(result.get())) + "' " + std::to_string(result.get().MaximumLength);
     } else if (op == "expand") {
-      UNICODE_STRING result{};
+      UNICODE_STRING result{7, 7, nullptr};  // lengths without a buffer: must come back empty
       status = ExpandPath(Units(arg(0)).get(), &result);
-      out = " '" + Utf8(result) + "'";
+      const bool stale = result.Buffer == nullptr && result.Length + result.MaximumLength != 0;
+      out = " '" + (result.Buffer != nullptr ? Utf8(result) : "") + "'" + (stale ? " stale" : "");
       RtlFreeUnicodeString(&result);
       // ---- counted strings
     } else if (op == "buffer") {  // MAX TEXT: a buffer of MAX bytes, filled, holding TEXT
