@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -96,6 +97,7 @@ TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
       EXPECT_EQ(WaitSyncEvent(&event, kNoTimeout), STATUS_SUCCESS);
       EXPECT_TRUE(setCalled.load()) << "returned before the set";
     });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // most likely blocked by now
     setCalled = true;
     SetSyncEvent(&event);
     waiter.join();

@@ -60,7 +60,8 @@ TEST_F(SimpleStoreTest, SlotsFullOrDuplicated) {
   EXPECT_EQ(Set("new", "x"), STATUS_INSUFFICIENT_RESOURCES);
   EXPECT_EQ(ReadBytes(), image.bytes());
   ASSERT_EQ(Set("n17", "longer"), STATUS_SUCCESS);
-  EXPECT_EQ(ReadBytes(), image.Put(17, "n17", "longer").bytes());
+  ASSERT_EQ(Set("n28", "last"), STATUS_SUCCESS);  // the last slot is searched like the others
+  EXPECT_EQ(ReadBytes(), image.Put(17, "n17", "longer").Put(28, "n28", "last").bytes());
 
   // The first of two equal names is read and written, both are deleted.
   Seed(StoreImage().Put(2, "dup", "first").Put(5, "dup", "second").Put(9, "keep", "k").bytes());
