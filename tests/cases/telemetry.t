@@ -62,6 +62,12 @@ $ vantorctl -s -v --loginterval=5
 | log interval=5 seconds.
 store LogInterval u32 5
 
+== the shortest duration, over the shortest interval
+store LogInterval u32 5
+$ vantorctl -s --logduration=5
+|
+store LogDuration u32 5
+
 == a duration of a minute, equal to the default interval
 store empty
 $ vantorctl -s --logduration=60
