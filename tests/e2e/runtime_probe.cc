@@ -313,6 +313,7 @@ struct Probe {
       const bool stale = result.Buffer == nullptr && result.Length + result.MaximumLength != 0;
       out = " '" + (result.Buffer != nullptr ? Utf8(result) : "") + "'" + (stale ? " stale" : "");
       RtlFreeUnicodeString(&result);
+      if (result.Buffer != nullptr || result.Length != 0) out += " not freed";
       // ---- counted strings
     } else if (op == "buffer") {  // MAX TEXT: a buffer of MAX bytes, filled, holding TEXT
       const Units text(arg(1));
