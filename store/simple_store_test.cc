@@ -208,7 +208,8 @@ TEST(BuildVendorPath, JoinsPartsAndRefusesOverflow) {
   const std::u16string big(32748, u's'), none = u"-";  // 34 + 65496 + 2 = 65532 bytes
   for (auto [sub, file, expected] :  // "-": no part / no result
        {std::tuple{none, std::u16string(u"vantorstore"), std::u16string(u"/opt/Marrowlight/vantorstore")},
-        {u"sub/", u"f", u"/opt/Marrowlight/sub/f"}, {u"sub", none, u"/opt/Marrowlight/sub/"}, {big, u"f", none},
+        {u"sub/", u"f", u"/opt/Marrowlight/sub/f"}, {u"sub", none, u"/opt/Marrowlight/sub/"},
+        {u"", u"f", u"/opt/Marrowlight/f"}, {big, u"f", none},
         {big, none, u"/opt/Marrowlight/" + big + u"/"}, {big + u"s", none, none}, {big, u"ff", none}}) {
     const Name subName(sub), fileName(file);
     const StringObject path(
