@@ -19,6 +19,7 @@ const std::string kEmptyDump = "Registry\n" + std::string(92, '-') + "\n";
 
 TEST_F(RegistryFile, MissingFileIsCreatedEmptyStaysEmptyAndClosedRegistryRefusesWork) {
   ASSERT_EQ(Open(), STATUS_SUCCESS);
+  EXPECT_EQ(Open(), NTSTATUS(0xC0000229u)) << "an open registry is opened again";  // STATUS_FAIL_CHECK
   EXPECT_EQ(Dump(), kEmptyDump);
   EXPECT_FALSE(IsRegistryDirty());
   CloseRegistry();

@@ -234,6 +234,16 @@ log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=13 (Permission
 log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
 log <time> Failed opening simple store file /opt/Marrowlight/vantorstore: STATUS=0xC0000001\t(<tid>) [0] (esc)
 
+== a user who is not root is told the vendor directory is missing when that is why
+absent /opt/Marrowlight
+$ setpriv --reuid=65534 --regid=65534 --clear-groups vantorctl -h
+|
+! ERROR: cannot open /opt/Marrowlight/vantorstore: No such file or directory; the directory /opt/Marrowlight is missing (installing vantorctl creates it)
+! ERROR: unable to initialize simple store
+[1]
+log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+log <time> Failed opening simple store file /opt/Marrowlight/vantorstore: STATUS=0xC0000034\t(<tid>) [0] (esc)
+
 == options run in table order: cid and apd run, and stay stored, before version is refused
 store empty
 $ vantorctl -s --version --cid=00112233445566778899AABBCCDDEEFF08 --apd=true

@@ -196,6 +196,7 @@ log <time> The store /opt/Marrowlight/vantorstore cannot be repaired: it is open
 == time-zone files that are FIFOs
 store empty
 fifo /run/zone
+fifo /run/Universal
 $ TZ=:/run/zone timeout 5 vantorctl -s --aph=a
 |
 log <time> Time zone file /run/zone is not a regular file; using UTC\t(<tid>) [0] (esc)
@@ -211,6 +212,17 @@ store APH "c"
 $ TZ=:/run/none timeout 5 vantorctl -s --aph=d
 |
 store APH "d"
+$ TZ=zone TZDIR=/run timeout 5 vantorctl -s --aph=e
+|
+log <time> Time zone file /run/zone is not a regular file; using UTC\t(<tid>) [0] (esc)
+store APH "e"
+$ TZ= TZDIR=/run timeout 5 vantorctl -s --aph=f
+|
+log <time> Time zone file /run/Universal is not a regular file; using UTC\t(<tid>) [0] (esc)
+store APH "f"
+$ TZ=: TZDIR=/run timeout 5 vantorctl -s --aph=g
+|
+store APH "g"
 
 # Created files get their modes whatever the umask; a flush keeps the registry's own mode.
 == modes under umasks
