@@ -96,6 +96,31 @@ $ : >/run/vantor-sensor.pid && runtime_probe pidfile read
 log <time> Invalid PID: 0\t(<tid>) [0] (esc)
 file /run/vantor-sensor.pid ""
 
+== the bound is the system's pid_max, and 4194304 when pid_max is above that or no number
+$ printf 9 >/run/pid_max && mount --bind /run/pid_max /proc/sys/kernel/pid_max && printf '9\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 9
+file /run/pid_max "9"
+file /run/vantor-sensor.pid "9\n"
+$ printf '10\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 -34
+log <time> Invalid PID: 10\t(<tid>) [0] (esc)
+file /run/vantor-sensor.pid "10\n"
+$ printf '4194305\n' >/run/pid_max && printf '4194304\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 4194304
+file /run/pid_max "4194305\n"
+file /run/vantor-sensor.pid "4194304\n"
+$ printf '4194305\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 -34
+log <time> Invalid PID: 4194305\t(<tid>) [0] (esc)
+file /run/vantor-sensor.pid "4194305\n"
+$ printf 'x\n' >/run/pid_max && printf '4194304\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 4194304
+file /run/pid_max "x\n"
+file /run/vantor-sensor.pid "4194304\n"
+$ : >/run/pid_max && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 4194304
+file /run/pid_max ""
+
 == the PID file's calls failing, made to fail by strace on that file only (opened as /var/run/..., its descriptor is /run/...)
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /var/run/vantor-sensor.pid -P /run/vantor-sensor.pid -e inject=openat:error=EACCES runtime_probe pidfile create , pidfile read
 | pidfile STATUS=0xC0000001
