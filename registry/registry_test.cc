@@ -20,7 +20,10 @@ using Nodes = std::vector<RegistryNode*>;
 
 class RegistryTree : public RegistryFixture {
  protected:
-  void SetUp() override { ASSERT_EQ(Open(), STATUS_SUCCESS); }
+  void SetUp() override {
+    RegistryFixture::SetUp();
+    ASSERT_EQ(Open(), STATUS_SUCCESS);
+  }
   // The attribute's bytes (up to 64), or "<status>" when the query fails.
   std::string Get(RegistryNode* record, const std::string& name) {
     char data[64];

@@ -363,6 +363,26 @@ log <time> Could not resolve path /run/missing: ERRNO=2 (No such file or directo
 log <time> Could not expand path '/run/missing': STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Error getting buffer length: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Could not convert unicode filename '/\x00' to UTF-8: STATUS=0xC0000001\t(<tid>) [0] (esc)
+$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , resolve /run/l , resolve /run/missing , expand /run/l , expand /run/missing , expand bad , open-u /run/d/f 1 0 , close , open-u /run/missing 1 0 , times-u /run/missing , heap held
+| heap STATUS=0x00000000
+| resolve STATUS=0x00000000 '/run/d/f' 4096
+| resolve STATUS=0xC0000001 '' 0
+| expand STATUS=0x00000000 '/run/d/f'
+| expand STATUS=0xC0000001 ''
+| expand STATUS=0xC0000001 ''
+| open-u STATUS=0x00000000
+| close STATUS=0x00000000
+| open-u STATUS=0xC0000034
+| times-u STATUS=0xC0000001 a 0 m 0
+| heap STATUS=0x00000000 held 0
+log <time> Could not resolve path /run/missing: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+log <time> Could not resolve path /run/missing: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+log <time> Could not expand path '/run/missing': STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Error getting buffer length: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Could not convert unicode filename '/\x00' to UTF-8: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Couldn't open file /run/missing: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+log <time> Couldn't stat file /run/missing: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+log <time> Could not get file times for filename '/run/missing': STATUS=0xC0000001\t(<tid>) [0] (esc)
 
 == a write that fails says why; one that makes no progress is an I/O error, not a loop
 file /run/f "0123"

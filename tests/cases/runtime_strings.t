@@ -265,3 +265,17 @@ $ runtime_probe to-ansi abc 4 , to-ansi abc 3 , to-ansi abc 8 , to-ansi u:0080 8
 | to-ansi STATUS=0xC0000023 3/8 ########|##
 | to-ansi STATUS=0x00000000 0/1 \0|##
 | to-ansi STATUS=0x00000000 32767/32768 {a*32767}\0 block 32768 2 Strg aligned
+
+== what a conversion, a duplicate or a string object takes from the heap is given back
+$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , to-ansi abc , to-ansi u:263A,0071 , to-ansi u:00E9 2 , dup 1 abc , dup 3 '' , dup 3 null , dup 0 abc , object 5 , object 0 , heap held
+| heap STATUS=0x00000000
+| to-ansi STATUS=0x00000000 3/4 abc\0 block 4 2 Strg aligned
+| to-ansi STATUS=0xC0000023 0/0 null
+| to-ansi STATUS=0xC0000023 3/2 ##|##
+| dup STATUS=0x00000000 6/8 abc\0 block 8 2 Strg aligned
+| dup STATUS=0x00000000 0/2 \0 block 2 2 Strg aligned
+| dup STATUS=0x00000000 0/2 \0 block 2 2 Strg aligned
+| dup STATUS=0x00000000 6/6 abc block 6 2 Strg aligned
+| object STATUS=0x00000000 0/10 inline block 26 8 StrO aligned
+| object STATUS=0x00000000 0/0 inline block 16 8 StrO aligned
+| heap STATUS=0x00000000 held 0

@@ -132,3 +132,14 @@ log <time> TvInitializeEventEx failed: ERRNO=23 (Too many open files in system)\
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=eventfd2 -e inject=eventfd2:error=ENODEV:when=1 runtime_probe events 1 0 0
 | events STATUS=0xC0000001
 log <time> TvInitializeEventEx failed: ERRNO=19 (No such device)\t(<tid>) [0] (esc)
+
+== a lock's block goes back to the heap when the lock is deleted, and deleting it twice is harmless
+$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , recursive init , recursive delete , recursive delete , mutex init , mutex delete , mutex delete , heap held
+| heap STATUS=0x00000000
+| recursive STATUS=0x00000000 state 00000000 block 56 130 RLck aligned
+| recursive STATUS=0x00000000 state C000A003 no block
+| recursive STATUS=0x00000000 state C000A003 no block
+| mutex STATUS=0x00000000 state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 state C000A003 no block
+| mutex STATUS=0x00000000 state C000A003 no block
+| heap STATUS=0x00000000 held 0

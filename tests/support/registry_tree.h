@@ -4,11 +4,15 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "registry/registry.h"
@@ -64,17 +68,29 @@ inline int CapturePrinter(const char* format, ...) {
   gDumped += line;
   return n;
 }
-inline std::string Dump() { gDumped.clear(); DumpRegistry(CapturePrinter); return gDumped; }
+inline std::string Dump() { gDumped.clear(); DumpRegistry(CapturePrinter); return std::exchange(gDumped, {}); }
 
 inline constexpr GUID kGuidA = {0x11223344, 0x5566, 0x7788, {0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x01}};
 inline constexpr GUID kGuidB = {0xA0B0C0D0, 0x0102, 0x0304, {1, 2, 3, 4, 5, 6, 7, 8}};
 inline constexpr GUID kGuidC = {0x00000001, 0x0000, 0xFFFF, {0, 0, 0, 0, 0, 0, 0, 0x80}};
 
 // A registry file "Registry.bin" in a temporary directory, node shortcuts that
-// expect success, and a close at the end.
+// expect success, and a close at the end that must leave the C heap as it found
+// it. CTest turns the per-thread cache off (GLIBC_TUNABLES), which would hide a
+// leak; the sanitizer builds' own allocator leaves glibc's count alone.
 class RegistryFixture : public ::testing::Test {
  protected:
-  void TearDown() override { CloseRegistry(); }
+  void SetUp() override {
+    { SCOPED_TRACE(""); }  // gtest keeps the trace stack it grows
+    tzset();               // and the C library the zone a log line's time stamp loads
+    heapInUse_ = mallinfo2().uordblks;
+  }
+  void TearDown() override {
+    CloseRegistry();
+    if (const char* t = std::getenv("GLIBC_TUNABLES"); t != nullptr && std::strstr(t, "tcache_count=0") != nullptr) {
+      EXPECT_EQ(mallinfo2().uordblks, heapInUse_) << "bytes left on the heap after the close";
+    }
+  }
 
   std::string Path() const { return dir_ / "Registry.bin"; }
   NTSTATUS Open() { return OpenRegistry(Wide(Path()).get()); }
@@ -107,6 +123,7 @@ class RegistryFixture : public ::testing::Test {
 
   vt_test::TempDir dir_;
   const RegistryProvider* p_ = GetRegistryProvider();
+  std::size_t heapInUse_ = 0;
 };
 
 }  // namespace registry_test
