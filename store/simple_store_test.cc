@@ -92,12 +92,17 @@ TEST_F(SimpleStoreTest, DataAndNameLimits) {
   }
 }
 
-TEST_F(SimpleStoreTest, ShortFileWhileOpenIsNeitherUsedNorRepaired) {
+TEST_F(SimpleStoreTest, ShortOrInvalidFileWhileOpenIsNeitherUsedNorRepaired) {
   Seed(StoreImage().Add("TRACE", "info").bytes());
   ASSERT_EQ(truncate(path_.c_str(), 100), 0);
   EXPECT_EQ(Get("TRACE"), "status c0000011");
   EXPECT_EQ(Set("TRACE", "warn"), STATUS_END_OF_FILE);
   EXPECT_EQ(ReadBytes(), StoreImage().Add("TRACE", "info").bytes().substr(0, 100));
+  const std::string otherVersion = "\x03" + StoreImage().Add("TRACE", "info").bytes().substr(1);
+  ASSERT_TRUE(vt_test::WriteFileBytes(path_, otherVersion));
+  EXPECT_EQ(Get("TRACE"), "status c000003e");
+  EXPECT_EQ(Delete("TRACE"), NTSTATUS(0xC000003Eu));  // STATUS_DATA_ERROR
+  EXPECT_EQ(ReadBytes(), otherVersion);
 }
 
 // A journal record as journal_format.h lays it out: the store held `replaced`
