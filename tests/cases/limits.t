@@ -1,7 +1,9 @@
 # Runs that meet the limits of the machine they run on: a file-size limit (RLIMIT_FSIZE, set
 # with prlimit), a reader that goes away, a store that cannot be opened for writing, a time-zone
 # file that is a FIFO, a umask, and another query holding the registry. No run ends by a signal;
-# a store or registry is afterwards the old image or the new one, never a mix.
+# a store or registry is afterwards the old image or the new one, never a mix. strace makes the
+# registry's new file refuse its mode.
+needs strace
 
 # Slot 14 lies across the image's 4096-byte page boundary: a write-back cut inside it would
 # leave a record half old, half new. Under every limit below the journal's 16404 bytes the
@@ -247,6 +249,20 @@ $ chmod 0600 /opt/Marrowlight/Registry.bin; vantorctl -g --systags >/dev/null; s
 | /opt/Marrowlight/Registry.bin 600
 ! ERROR: failed to process the option --systags
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+log <time> Could not enumerate system tags: STATUS=0xC0000034\t(<tid>) [0] (esc)
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=fchmod -e inject=fchmod:error=EPERM vantorctl -g --systags >/dev/null; ls /opt/Marrowlight; stat -c '%n %a' /opt/Marrowlight/Registry.bin
+| Registry.bin
+| vantorstore
+| /opt/Marrowlight/Registry.bin 600
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+log <time> Couldn't set the mode of /opt/Marrowlight/Registry.bin.tmp: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Failed to set the mode of /opt/Marrowlight/Registry.bin.tmp: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Couldn't set the mode of /opt/Marrowlight/Registry.bin.tmp: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Failed to set the mode of /opt/Marrowlight/Registry.bin.tmp: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Couldn't set the mode of /opt/Marrowlight/Registry.bin.tmp: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Failed to set the mode of /opt/Marrowlight/Registry.bin.tmp: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Failed flush store: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Could not enumerate system tags: STATUS=0xC0000034\t(<tid>) [0] (esc)
 
 # Another query holding the registry's directory is waited for, 10 seconds at most; then the
