@@ -4,13 +4,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +15,7 @@
 #include "registry/registry.h"
 #include "registry/registry_internal.h"
 #include "tests/support/files.h"
+#include "tests/support/heap.h"
 #include "tests/support/wide.h"
 
 namespace registry_test {
@@ -76,20 +74,13 @@ inline constexpr GUID kGuidC = {0x00000001, 0x0000, 0xFFFF, {0, 0, 0, 0, 0, 0, 0
 
 // A registry file "Registry.bin" in a temporary directory, node shortcuts that
 // expect success, and a close at the end that must leave the C heap as it found
-// it. CTest turns the per-thread cache off (GLIBC_TUNABLES), which would hide a
-// leak; the sanitizer builds' own allocator leaves glibc's count alone.
+// it (tests/support/heap.h).
 class RegistryFixture : public ::testing::Test {
  protected:
-  void SetUp() override {
-    { SCOPED_TRACE(""); }  // gtest keeps the trace stack it grows
-    tzset();               // and the C library the zone a log line's time stamp loads
-    heapInUse_ = mallinfo2().uordblks;
-  }
+  void SetUp() override { heapInUse_ = vt_test::HeapInUse(); }
   void TearDown() override {
     CloseRegistry();
-    if (const char* t = std::getenv("GLIBC_TUNABLES"); t != nullptr && std::strstr(t, "tcache_count=0") != nullptr) {
-      EXPECT_EQ(mallinfo2().uordblks, heapInUse_) << "bytes left on the heap after the close";
-    }
+    vt_test::ExpectHeapAsBefore(heapInUse_);
   }
 
   std::string Path() const { return dir_ / "Registry.bin"; }
