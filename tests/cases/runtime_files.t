@@ -363,11 +363,12 @@ log <time> Could not resolve path /run/missing: ERRNO=2 (No such file or directo
 log <time> Could not expand path '/run/missing': STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Error getting buffer length: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Could not convert unicode filename '/\x00' to UTF-8: STATUS=0xC0000001\t(<tid>) [0] (esc)
-$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , resolve /run/l , resolve /run/missing , expand /run/l , expand /run/missing , expand bad , open-u /run/d/f 1 0 , close , open-u /run/missing 1 0 , times-u /run/missing , heap held
+$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , resolve /run/l , resolve /run/l , resolve /run/missing , expand /run/l /run/d , expand /run/missing , expand bad , open-u /run/d/f 1 0 , close , open-u /run/missing 1 0 , times-u /run/missing , heap held
 | heap STATUS=0x00000000
 | resolve STATUS=0x00000000 '/run/d/f' 4096
+| resolve STATUS=0x00000000 '/run/d/f' 4096
 | resolve STATUS=0xC0000001 '' 0
-| expand STATUS=0x00000000 '/run/d/f'
+| expand STATUS=0x00000000 '/run/d'
 | expand STATUS=0xC0000001 ''
 | expand STATUS=0xC0000001 ''
 | open-u STATUS=0x00000000

@@ -181,6 +181,7 @@ struct Probe {
   RwLock rw{};
   UNICODE_STRING string{};
   std::int64_t heapMark = 0;
+  OwnedAnsiString resolved;
 
   std::string ShowString() const {
     return Lengths(string) + " " + ShowUnits(storage.data(), string.MaximumLength / 2) + "|" +
@@ -298,8 +299,8 @@ struct Probe {
                              : GetFileTimesUnicode(Units(arg(0)).get(), wanted[0], wanted[1], wanted[2]);
       // The change time cannot be set: shown as whether it was written.
       out = " a " + std::to_string(v[0]) + " m " + std::to_string(v[1]) + (v[2] != 0 ? " c" : "");
-    } else if (op == "resolve") {
-      OwnedAnsiString result;
+    } else if (op == "resolve") {  // into the result of the previous resolve, which it must free
+      OwnedAnsiString& result = resolved;
       ANSI_STRING path{};
       if (a.size() > 1) {  // a counted path without a terminator: the first N bytes of the word
         path = ANSI_STRING{static_cast<std::uint16_t>(Number(arg(1))), static_cast<std::uint16_t>(Number(arg(1))),
@@ -312,6 +313,7 @@ struct Probe {
     } else if (op == "expand") {
       UNICODE_STRING result{7, 7, nullptr};  // lengths without a buffer: must come back empty
       status = ExpandPath(Units(arg(0)).get(), &result);
+      if (a.size() > 1) status = ExpandPath(Units(arg(1)).get(), &result);  // over a result that holds a path
       const bool stale = result.Buffer == nullptr && result.Length + result.MaximumLength != 0;
       out = " '" + (result.Buffer != nullptr ? Utf8(result) : "") + "'" + (stale ? " stale" : "");
       RtlFreeUnicodeString(&result);
