@@ -105,6 +105,11 @@ $ printf '10\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -34
 log <time> Invalid PID: 10\t(<tid>) [0] (esc)
 file /run/vantor-sensor.pid "10\n"
+$ printf 10 >/run/pid_max && printf '11\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 -34
+log <time> Invalid PID: 11\t(<tid>) [0] (esc)
+file /run/pid_max "10"
+file /run/vantor-sensor.pid "11\n"
 $ printf '4194305\n' >/run/pid_max && printf '4194304\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
 | pidfile STATUS=0x00000000 4194304
 file /run/pid_max "4194305\n"
