@@ -29,9 +29,11 @@ $ runtime_probe format 96 '%*d|%-*d|%.*s|%+d|%#x|%o|%c|%5s|%-5s|' 5 42 -4 1 3 s:
 | format STATUS=0x00000000 40    42|1   |hel|+7|0xff|10|A|   ab|ab   |\0{#*55}|##
 $ runtime_probe format 96 '%05.1f|%.2f|%g|%e|%a' f:3.14159 3 f:2.5 f:0.5 f:1
 | format STATUS=0x00000000 34 003.1|3.00|2.5|5.000000e-01|0x1p+0\0{#*61}|##
-# a real given to an integer conversion: its value, truncated; 0 when no 64-bit integer holds it
+# a real given to an integer conversion: its value, truncated; 0 from ±9.2e18 outward, just short of where 64-bit integers end
 $ runtime_probe format 32 '%d|%d|%lld|%lld' f:3.7 f:-2.5 f:1e19 f:-1e19
 | format STATUS=0x00000000 8 3|-2|0|0\0{#*23}|##
+$ runtime_probe format 64 '%lld|%lld|%lld|%lld' f:-9.2e18 f:9.2e18 f:-9.19e18 f:9.19e18
+| format STATUS=0x00000000 44 0|0|-919{0*16}|919{0*16}\0{#*19}|##
 $ runtime_probe format 96 'a% %d|ab%ncd%d|end%' 1 2 n 5
 | format STATUS=0x00000000 13 a 2|abcd5|end\0{#*82}|##
 $ runtime_probe format 96 '%d %s %!STATUS! %wZ %I64u %S %Z|'
