@@ -258,3 +258,17 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
 log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+
+== RFM history whose second read fails: its separator is printed, then the failure
+store RFMHistory hex 00000000 01000000 6c0300c0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=pread64 -e inject=pread64:error=EIO:when=3 vantorctl -g --version --rfm-history
+| version = 1.0.0.0
+| ,\x20 (esc)
+! Could not read RFM history from config file
+! ERROR: failed to process the option --rfm-history
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
+log <time> Could not read RFM history\t(<tid>) [0] (esc)
