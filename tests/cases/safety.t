@@ -505,3 +505,12 @@ $ vantorctl -g --cid >/dev/full
 $ vantorctl -g --cid >&-
 ! vantorctl: write error: Bad file descriptor
 [1]
+
+== standard input and error closed: no file the tool opens takes their place
+store empty
+$ vantorctl -g --bogus <&- 2>&-
+|
+[1]
+$ vantorctl -s --aph=x.example <&- 2>&-
+|
+store APH "x.example"
