@@ -123,3 +123,7 @@ $ runtime_probe line 0 x , line null 5 x , line 1 x , line 2 x
 | line STATUS=0x00000000 0 |##
 | line STATUS=0x00000000 0 \0|##
 | line STATUS=0x00000000 1 \x09\0|##
+# the time stamp's first letters (the day's name) fill what is left before the tab
+$ runtime_probe line 3 x , line 4 x | sed -E 's/ [A-Za-z]+\\x09/ <day>\\x09/'
+| line STATUS=0x00000000 2 <day>\x09\0|##
+| line STATUS=0x00000000 3 <day>\x09\0|##
