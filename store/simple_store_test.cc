@@ -78,7 +78,9 @@ TEST_F(SimpleStoreTest, DataAndNameLimits) {
   const auto mark = vt_test::LogMark();
   EXPECT_EQ(Set("big", std::string(257, 'e')), STATUS_INVALID_PARAMETER_2);
   EXPECT_EQ(Set("LogCounters1", "12"), STATUS_INVALID_PARAMETER_1);  // 24 bytes
-  EXPECT_EQ(vt_test::LogMessagesSince(mark), "Data is invalid\nInvalid name length:24\nName is invalid\n");
+  const UNICODE_STRING noBuffer{1, 1, nullptr};                       // no length logged for it
+  EXPECT_EQ(SetSimpleStoreValue(&noBuffer, "x", 1), STATUS_INVALID_PARAMETER_1);
+  EXPECT_EQ(vt_test::LogMessagesSince(mark), "Data is invalid\nInvalid name length:24\nName is invalid\nName is invalid\n");
   EXPECT_EQ(ReadBytes(), StoreImage().bytes());
   EXPECT_EQ(Set("big", std::string(256, 'd')), STATUS_SUCCESS);
   EXPECT_EQ(Set("LogCounters", "11"), STATUS_SUCCESS);  // 22 bytes

@@ -1,5 +1,7 @@
 # The namespace switch: where the trace log goes and which /opt the tool writes, run in the
 # namespaces of process 1 (the sandbox's) and from a mount namespace of its own.
+# strace makes the open of process 1's mount namespace fail.
+needs strace
 
 == the same namespaces as process 1: the log is the regular file
 file /opt/Marrowlight/vantorstore "12345"
@@ -38,4 +40,13 @@ $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && va
 store empty
 store DP u32 1
 file /run/result "<time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0]\napd=TRUE.\n"
+link /var/log/vantorctl.log -> /dev/stdout
+
+== started in a mount namespace of its own, where process 1's mount namespace cannot be opened: the run stops there
+file /opt/Marrowlight/vantorstore "12345"
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/1/ns/mnt -e trace=openat -e inject=openat:error=EACCES vantorctl -s --apd=true; rc=$?; ls -A /opt/Marrowlight; exit $rc'
+| <time> Couldn't open file /proc/1/ns/mnt: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
+|
+! ERROR: failed switch to init mount namespace
+[1]
 link /var/log/vantorctl.log -> /dev/stdout

@@ -11,6 +11,7 @@ needs strace
 == kernel-style opens: the descriptor is written on every path but an unconvertible one
 file /run/d/f "hello"
 fifo /run/d/pipe
+link /run/d/link -> /run/d/f
 $ runtime_probe open /run/d/f 1 0 , read 2 , open /run/d/missing 1 0 , read 2 , open-no-out , open-no-out regular
 | open STATUS=0x00000000
 | read STATUS=0x00000000 2 'he'
@@ -49,6 +50,13 @@ $ runtime_probe open /run/d/f 1 2 , open /run/d/f 1 0x40000 , open null 1 0 , op
 | open STATUS=0xC000000D
 | read STATUS=0xC0000001 0 ''
 log <time> Couldn't read from file: ERRNO=9 (Bad file descriptor)\t(<tid>) [0] (esc)
+$ runtime_probe open /run/d/link 1 1 , read 2 , open /run/d/link 1 0x4000 , open /run/d/link 1 0x4001
+| open STATUS=0x00000000
+| read STATUS=0x00000000 2 'HE'
+| open STATUS=0xC0000001
+| open STATUS=0xC0000001
+log <time> Couldn't open file /run/d/link: ERRNO=40 (Too many levels of symbolic links)\t(<tid>) [0] (esc)
+log <time> Couldn't open file /run/d/link: ERRNO=40 (Too many levels of symbolic links)\t(<tid>) [0] (esc)
 
 == the owning open: arguments checked before any call, the errno kept for the caller
 file /run/d/keep "content"
