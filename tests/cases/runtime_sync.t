@@ -106,6 +106,9 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 | wait STATUS=0x00000001
 | events STATUS=0x00000000
 | wait STATUS=0x00000102
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=ppoll -e inject=ppoll:error=EINTR:when=1 runtime_probe events 1 1 1 , signalled 0
+| events STATUS=0x00000000
+| signalled STATUS=0x00000000 set
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=ppoll -e inject=ppoll:error=ENOMEM:when=1 runtime_probe events 1 0 1 , wait 0
 | events STATUS=0x00000000
 | wait STATUS=0xC000009A
