@@ -70,6 +70,14 @@ $ runtime_probe mutex held , mutex init , mutex held , mutex acquire , mutex hel
 | mutex STATUS=0x00000000 not held state 00000000 block 48 129 MtxO aligned
 | mutex STATUS=0x00000000 state C000A003 no block
 | mutex STATUS=0x00000000 state C000A003 no block
+$ timeout 5 runtime_probe mutex init , mutex acquire , mutex release , mutex acquire , mutex release , mutex held other , mutex delete
+| mutex STATUS=0x00000000 state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 not held state 00000000 block 48 129 MtxO aligned
+| mutex STATUS=0x00000000 state C000A003 no block
 
 == a recursive lock counts its depth and is owned until the last release
 $ runtime_probe recursive init , recursive acquire , recursive acquire , recursive owned other , recursive release , recursive owned , recursive release , recursive owned , recursive delete , recursive owned
