@@ -514,3 +514,14 @@ $ vantorctl -g --bogus <&- 2>&-
 $ vantorctl -s --aph=x.example <&- 2>&-
 |
 store APH "x.example"
+
+== the daemon's descriptors cannot be listed: it is not signalled, and the log says why
+store empty
+sh echo 6999 >/proc/sys/kernel/ns_last_pid
+daemon
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=getdents64 -e inject=getdents64:error=EIO timeout 5 vantorctl -s --trace=info --update
+|
+! Failed to send SIGHUP to vantor process (PID 7000): Input/output error
+log <time> Cannot list the descriptors of process 7000: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+store TRACE "info"
+hangups 0
