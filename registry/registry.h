@@ -119,7 +119,8 @@ using SystemTagCallback = NTSTATUS (*)(std::uint64_t tag, void* context);
 
 // Loads `path` (created empty, 0660, when missing) into a new tree. A damaged
 // file loads up to the damage and still gives STATUS_SUCCESS. A path that is a
-// symbolic link or not a regular file, and a file that cannot be read whole,
+// symbolic link or not a regular file, a file that cannot be read whole, and a
+// file whose tree the pool cannot hold whole (STATUS_INSUFFICIENT_RESOURCES)
 // fail the open and leave the registry closed, so nothing is written back over
 // a file whose contents were not loaded. Statuses: STATUS_INVALID_PARAMETER
 // (path too long for its ".tmp" twin), STATUS_NO_MEMORY, STATUS_FAIL_CHECK

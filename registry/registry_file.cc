@@ -115,10 +115,14 @@ void FreePaths() {
 
 // Walks the file image with one position and builds the tree through the
 // provider, so nodes are appended in file order. The first damage ends the
-// walk with a failure status; what was built before it stays.
+// walk with a failure status; what was built before it stays. A node or name
+// the pool cannot hold ends it too, but that is no damage: OutOfMemory() tells
+// the open, which then drops the tree rather than let a flush write a registry
+// that lacks what the file holds.
 class Parser {
  public:
   explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes), provider_(GetRegistryProvider()) {}
+  bool OutOfMemory() const { return outOfMemory_; }
 
   [[nodiscard]] NTSTATUS ParseStores() {
     while (Remaining() != 0) {
@@ -127,7 +131,7 @@ class Parser {
       }
       const GUID key = TakeGuid();
       RegistryNode* store = nullptr;
-      NTSTATUS status = provider_->OpenStore(&key, nullptr, &store);
+      NTSTATUS status = Built(provider_->OpenStore(&key, nullptr, &store));
       if (NT_SUCCESS(status)) {
         status = ParseCollections(store);
       }
@@ -141,6 +145,12 @@ class Parser {
  private:
   std::size_t Remaining() const { return bytes_.size() - pos_; }
   bool At(std::uint8_t type) const { return Remaining() != 0 && bytes_[pos_] == type; }
+  // A provider operation's status; the provider fails with these two only when
+  // the pool refuses a block (a node, a name copy, data).
+  NTSTATUS Built(NTSTATUS status) {
+    outOfMemory_ = outOfMemory_ || status == STATUS_INSUFFICIENT_RESOURCES || status == STATUS_NO_MEMORY;
+    return status;
+  }
 
   // Consumes a type byte and the GUID after it (the caller checked the size).
   GUID TakeGuid() {
@@ -164,7 +174,7 @@ class Parser {
     }
     storage = PoolBuffer(length, kTagRegistry);
     if (!storage) {
-      return STATUS_INSUFFICIENT_RESOURCES;
+      return Built(STATUS_INSUFFICIENT_RESOURCES);
     }
     std::memcpy(storage.get(), bytes_.data() + pos_, length);
     pos_ += length;
@@ -179,7 +189,7 @@ class Parser {
       }
       const GUID key = TakeGuid();
       RegistryNode* collection = nullptr;
-      NTSTATUS status = provider_->OpenCollection(store, 0, &key, &collection);
+      NTSTATUS status = Built(provider_->OpenCollection(store, 0, &key, &collection));
       if (NT_SUCCESS(status)) {
         status = ParseRecords(collection);
       }
@@ -197,7 +207,7 @@ class Parser {
       RegistryNode* record = nullptr;
       NTSTATUS status = TakeName(storage, &name);
       if (NT_SUCCESS(status)) {
-        status = provider_->CreateRecord(collection, &name, 0, &record, nullptr);
+        status = Built(provider_->CreateRecord(collection, &name, 0, &record, nullptr));
       }
       if (NT_SUCCESS(status)) {
         status = ParseAttributes(record);
@@ -228,7 +238,7 @@ class Parser {
       // SetAttribute copies the data; the image is only read.
       AttributeValue value{const_cast<std::uint8_t*>(bytes_.data() + pos_), length, 0, STATUS_SUCCESS};
       pos_ += length;
-      status = provider_->SetAttribute(record, &name, &value);
+      status = Built(provider_->SetAttribute(record, &name, &value));
       if (!NT_SUCCESS(status)) {
         return status;
       }
@@ -239,6 +249,7 @@ class Parser {
   std::span<const std::uint8_t> bytes_;
   std::size_t pos_ = 0;
   const RegistryProvider* provider_;
+  bool outOfMemory_ = false;
 };
 
 // --- serialization ---------------------------------------------------------
@@ -567,9 +578,12 @@ void RemoveOwnTempFile() {
 
 // --- public operations ---------------------------------------------------
 
-// An open registry is refused before its paths or guard are touched, so the
-// open tree keeps flushing to its own file.
-NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
+namespace {
+
+// OpenRegistry but the drop of a tree the pool could not hold whole, which
+// must wait until this open's reference on the guard is gone. Sets *dropTree
+// then, with the tree published and marked clean.
+NTSTATUS LoadRegistry(const UNICODE_STRING* path, bool* dropTree) {
   if (gRoot.load() != nullptr) {
     return STATUS_FAIL_CHECK;
   }
@@ -626,8 +640,28 @@ NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
     // The parse status is not passed on: a damaged file loads up to the damage.
     Parser parser(std::span<const std::uint8_t>(image.as<const std::uint8_t>(), static_cast<std::size_t>(length)));
     (void)parser.ParseStores();
+    if (parser.OutOfMemory()) {
+      TraceError(TRACE_COMPONENT_REGISTRY, "Failed to load the registry: %!STATUS!", STATUS_INSUFFICIENT_RESOURCES);
+      RecursiveLockGuard lock(&root->Lock);
+      root->Dirty = 0;
+      *dropTree = true;
+      return STATUS_INSUFFICIENT_RESOURCES;
+    }
   }
   return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+// An open registry is refused before its paths or guard are touched, so the
+// open tree keeps flushing to its own file.
+NTSTATUS OpenRegistry(const UNICODE_STRING* path) {
+  bool dropTree = false;
+  const NTSTATUS status = LoadRegistry(path, &dropTree);
+  if (dropTree) {
+    CloseRegistry();  // the tree is clean: nothing is written
+  }
+  return status;
 }
 
 NTSTATUS EnsureRegistryOpen() {

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "tests/support/alloc_fault.h"
 #include "tests/support/registry_tree.h"
 
 namespace {
@@ -48,6 +49,38 @@ TEST_F(RegistryFile, DamagedFilesLoadUpToTheDamage) {
     CloseRegistry();
     EXPECT_EQ(ReadBytes(Path()), kept) << "loaded " << file.size() << " bytes";
   }
+}
+
+// Each allocation an open, a change and a flush make fails in turn: the call
+// that met it says so, nothing leaks, and the file then holds what it held
+// before, followed by the changes made before the failure, and loads whole.
+TEST_F(RegistryFile, AFailedAllocationLeavesAFileThatLoadsWhole) {
+  const std::string old = Image().Store(kGuidA).Collection(kGuidB).Record("rec").Attribute("one", "11").bytes;
+  bool failed = true;
+  for (long nth = 1; failed && nth < 100; ++nth) {
+    WriteBytes(Path(), old);
+    vt_test::FailNthAllocation(nth);
+    RegistryNode *store = nullptr, *collection = nullptr, *record = nullptr;
+    NTSTATUS status = Open();
+    if (NT_SUCCESS(status)) status = p_->OpenStore(&kGuidC, nullptr, &store);
+    if (NT_SUCCESS(status)) status = p_->OpenCollection(store, 0, &kGuidA, &collection);
+    if (NT_SUCCESS(status)) status = p_->CreateRecord(collection, Wide("new").get(), 0, &record, nullptr);
+    if (NT_SUCCESS(status)) status = Set(record, "two", "22");
+    if (NT_SUCCESS(status)) status = FlushRegistry();
+    CloseRegistry();
+    failed = vt_test::AllocationFailed();
+    vt_test::FailNthAllocation(0);
+    // A flush tries three times, so a refused block there may still end well.
+    EXPECT_TRUE(NT_SUCCESS(status) || (failed && (status == STATUS_INSUFFICIENT_RESOURCES || status == STATUS_NO_MEMORY)))
+        << "allocation " << nth << " status " << std::hex << status;
+    const std::string left = ReadBytes(Path());
+    EXPECT_EQ(left.substr(0, old.size()), old) << "allocation " << nth;
+    ASSERT_EQ(Open(), STATUS_SUCCESS);
+    CloseRegistry();
+    EXPECT_EQ(ReadBytes(Path()), left) << "allocation " << nth;
+    EXPECT_TRUE(failed || nth > 5) << "the open and the four changes allocate";
+  }
+  EXPECT_FALSE(failed) << "still allocating after 99";
 }
 
 TEST_F(RegistryFile, DumpLines) {

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/registry_tree.h"
