@@ -48,6 +48,7 @@
 #include "runtime/sync_extra.h"
 #include "runtime/trace.h"
 #include "runtime/utf8.h"
+#include "tests/support/alloc_fault.h"
 
 namespace {
 
@@ -372,6 +373,8 @@ struct Probe {
       const auto now = static_cast<std::int64_t>(mallinfo2().uordblks);
       if (std::string_view(arg(0)) == "held") out = " held " + std::to_string(now - heapMark);
       heapMark = now;
+    } else if (op == "fail-alloc") {  // N: the pool's Nth allocation from here on fails
+      vt_test::FailNthAllocation(static_cast<long>(Number(arg(0))));
     } else if (op == "pool") {  // SIZE TAG
       void* block = TvAllocatePoolWithTag(Number(arg(0)), options(1));
       out = block == nullptr ? " null" : PoolHeader(block);
