@@ -125,6 +125,16 @@ $ vantorctl -g --systags
 [1]
 log <time> Could not enumerate system tags: STATUS=0xC0000034\t(<tid>) [0] (esc)
 
+== systags without a registry file: it is made (0660) with the sensor's store and collection in it, and the enumeration fails
+store empty
+$ vantorctl -g --systags
+|
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Could not enumerate system tags: STATUS=0xC0000034\t(<tid>) [0] (esc)
+file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d020000000000000000000000000000000b
+
 == systags from the registry: bitmap tags print before a missing list fails
 store empty
 file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 00000100000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000

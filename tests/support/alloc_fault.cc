@@ -10,7 +10,7 @@ std::atomic<bool> gFailed{false};
 
 void vt_test::FailNthAllocation(long nth) { gFailed = false; gLeft = nth; }
 
-bool vt_test::AllocationFailed() { return gFailed; }
+bool vt_test::StopFailingAllocations() { gLeft = 0; return gFailed; }
 
 extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
   if (gLeft > 0 && --gLeft == 0) {

@@ -7,7 +7,6 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,15 +21,7 @@ namespace registry_test {
 
 using vt_test::Wide;
 
-inline std::string ReadBytes(const std::string& path) {
-  std::optional<std::string> bytes = vt_test::ReadFileBytes(path);
-  EXPECT_TRUE(bytes.has_value()) << path;
-  return bytes.value_or("");
-}
-
-inline void WriteBytes(const std::string& path, const std::string& bytes) {
-  ASSERT_TRUE(vt_test::WriteFileBytes(path, bytes)) << path;
-}
+using vt_test::ReadWholeFile;
 
 // Builds registry file images byte by byte, independently of the product's encoder.
 struct Image {
