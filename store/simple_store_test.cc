@@ -2,8 +2,6 @@
 // checked with the byte-level helper in tests/support, not with the store's code.
 #include "store/simple_store.h"
 
-#include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -12,7 +10,6 @@
 #include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include "runtime/crc32c.h"
 #include "store/journal_format.h"
@@ -33,9 +30,7 @@ class SimpleStoreTest : public ::testing::Test {
   std::string ReadBytes() const { return vt_test::ReadWholeFile(path_); }
   void Seed(const std::string& bytes) {  // closes the store, writes the file, opens it again
     CloseSimpleStore();
-    const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    close(fd);
+    ASSERT_TRUE(vt_test::WriteFileBytes(path_, bytes, 0600));
     ASSERT_EQ(OpenSimpleStoreAt(path_.c_str()), STATUS_SUCCESS);
   }
   NTSTATUS Set(std::string_view name, const std::string& data) {
@@ -178,21 +173,6 @@ TEST_F(SimpleStoreTest, ChangesFromTwoThreadsInTurn) {
   ASSERT_EQ(Set("APH", "a"), STATUS_SUCCESS);
   std::thread([&] { EXPECT_EQ(Set("TRACE", "info"), STATUS_SUCCESS); }).join();
   EXPECT_EQ(Get("APH") + Get("TRACE"), "ainfo");
-}
-
-// A write-back holds the termination signals off only while it runs: the
-// caller gets its own mask back, a signal it had blocked itself still blocked.
-TEST_F(SimpleStoreTest, AChangeGivesTheCallersSignalMaskBack) {
-  Seed(StoreImage().bytes());
-  sigset_t hup, before, after;
-  sigemptyset(&hup);
-  sigaddset(&hup, SIGHUP);
-  ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &hup, &before), 0);
-  EXPECT_EQ(Set("APH", "a"), STATUS_SUCCESS);
-  EXPECT_EQ(Delete("APH"), STATUS_SUCCESS);
-  ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &before, &after), 0);
-  EXPECT_EQ(sigismember(&after, SIGHUP), 1);
-  for (const int signal : {SIGTERM, SIGINT, SIGQUIT}) EXPECT_EQ(sigismember(&after, signal), 0) << signal;
 }
 
 TEST_F(SimpleStoreTest, AChangeGoesToTheFileThePathNames) {
