@@ -5,7 +5,6 @@
 // saved again. The two dumps and the two saved files must be identical, and the
 // system tags read from either must be the same, with the same status: a save
 // keeps everything that a load took in.
-#include <unistd.h>
 
 #include <cstdarg>
 #include <cstdint>

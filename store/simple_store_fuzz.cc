@@ -7,8 +7,6 @@
 // answer to a buffer that is too small, and every name the tool uses must be
 // either found with the same bytes or reported missing. A second open must leave
 // the file as the first one left it.
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>

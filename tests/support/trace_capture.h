@@ -2,9 +2,6 @@
 // so a test can see which lines an operation wrote.
 #pragma once
 
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <string>
 
