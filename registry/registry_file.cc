@@ -147,7 +147,7 @@ class Parser {
   bool At(std::uint8_t type) const { return Remaining() != 0 && bytes_[pos_] == type; }
   // A provider operation's status; the provider fails with these two only when
   // the pool refuses a block (a node, a name copy, data).
-  NTSTATUS Built(NTSTATUS status) {
+  [[nodiscard]] NTSTATUS Built(NTSTATUS status) {
     outOfMemory_ = outOfMemory_ || status == STATUS_INSUFFICIENT_RESOURCES || status == STATUS_NO_MEMORY;
     return status;
   }
@@ -583,7 +583,7 @@ namespace {
 // OpenRegistry but the drop of a tree the pool could not hold whole, which
 // must wait until this open's reference on the guard is gone. Sets *dropTree
 // then, with the tree published and marked clean.
-NTSTATUS LoadRegistry(const UNICODE_STRING* path, bool* dropTree) {
+[[nodiscard]] NTSTATUS LoadRegistry(const UNICODE_STRING* path, bool* dropTree) {
   if (gRoot.load() != nullptr) {
     return STATUS_FAIL_CHECK;
   }
