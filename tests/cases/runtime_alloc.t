@@ -5,7 +5,7 @@
 #   0xC000009A insufficient resources   0xC0000017 no memory
 
 == string buffers, objects and conversions
-$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , fail-alloc 1 , pool 5 2 , fail-alloc 1 , object 16 , fail-alloc 1 , dup 1 abc , fail-alloc 1 , to-utf8 abc , fail-alloc 1 , from-utf8 abc , heap held
+$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , fail-alloc 1 , pool 5 2 , fail-alloc 1 , object 16 , fail-alloc 1 , dup 1 abc , fail-alloc 1 , to-utf8 abc , fail-alloc 1 , from-utf8 abc , fail-alloc 1 , to-ansi abc , heap held
 | heap STATUS=0x00000000
 | fail-alloc STATUS=0x00000000
 | pool STATUS=0x00000000 null
@@ -17,6 +17,8 @@ $ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , fail-allo
 | to-utf8 STATUS=0xC000009A 99 null
 | fail-alloc STATUS=0x00000000
 | from-utf8 STATUS=0xC0000017 2/2 null
+| fail-alloc STATUS=0x00000000
+| to-ansi STATUS=0xC0000017 0/0 null
 | heap STATUS=0x00000000 held 0
 log <time> Allocation failure.\t(<tid>) [0] (esc)
 log <time> Allocation failure.\t(<tid>) [0] (esc)
@@ -24,6 +26,8 @@ log <time> Allocation failure.\t(<tid>) [0] (esc)
 log <time> Allocation failure.\t(<tid>) [0] (esc)
 log <time> Couldn't allocate buffer for utf-8 string\t(<tid>) [0] (esc)
 log <time> Allocation failure.\t(<tid>) [0] (esc)
+log <time> Allocation failure.\t(<tid>) [0] (esc)
+
 
 == locks whose block is allocated
 $ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , fail-alloc 1 , mutex init , fail-alloc 1 , recursive init , heap held
