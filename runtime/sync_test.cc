@@ -116,7 +116,7 @@ TEST(SyncTime, TimeUntilBorrowsAndDetectsExpiry) {
   const Case cases[] = {
       {{10, 100}, {9, 900000000}, false, {0, 100000100}},
       {{12, 0}, {10, 999999999}, false, {1, 1}},
-      {{10, 500}, {10, 500}, true, {0, 0}},
+      {{10, 500}, {10, 500}, true, {0, 0}},       {{10, 500}, {10, 499}, false, {0, 1}},
       {{10, 500}, {11, 0}, true, {0, 0}},
   };
   for (const Case& c : cases) {
