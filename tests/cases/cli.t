@@ -260,3 +260,17 @@ $ vantorctl -gfv --aph
 | aph=proxy.example.
 $ vantorctl -g --aph=ignored
 | aph=proxy.example.
+
+== a credential named as standard input is read only by a run that sets it: without a mode, or with two, standard input is left for the next reader
+$ printf 'left unread\n' | { vantorctl --cid=@/dev/stdin; cat; }
+|
+| left unread
+! ERROR: -g or -s or -d must be specified
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+log <time> Invalid file /opt/Marrowlight/vantorstore length: 0\t(<tid>) [0] (esc)
+store empty
+$ printf 'left unread\n' | { vantorctl -g -s --cid=@/dev/stdin; cat; }
+|
+| left unread
+! ERROR: -g and -s and -d are mutually exclusive
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
