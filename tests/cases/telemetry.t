@@ -252,3 +252,19 @@ $ vantorctl -g --logcounters
 ! ERROR: failed to process the option --logcounters
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
 [1]
+
+== a stored log duration longer than 4 bytes cannot be read: a get fails, and so does setting the interval it bounds, with the log saying why
+store LogDuration hex 0a0000000000
+$ vantorctl -g --logduration
+|
+! Could not read log duration from config file. Status:0xC0000023
+! ERROR: failed to process the option --logduration
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+$ vantorctl -s --loginterval=60
+|
+! Unexpected error occurred. Status:0xC0000023
+! ERROR: failed to process the option --loginterval
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Failed to read log duration from simple store: STATUS=0xC0000023\t(<tid>) [0] (esc)
