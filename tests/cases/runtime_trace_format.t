@@ -61,6 +61,11 @@ $ runtime_probe format 2048 '%-*d|' -5000 1 , format 2048 '%.*s|' 2000 s:ab , fo
 $ runtime_probe format 32 '%.0s|%.0d|%.*s|%.*s|%.1s|%.0f' s:abc 0 0 s:abc -1 s:abc s:abc f:2.5
 | format STATUS=0x00000000 10 |||abc|a|2\0{#*21}|##
 
+== a conversion keeps its first six flags; a seventh is dropped
+$ runtime_probe format 32 '%------+5d|' 7 , format 32 '%+-----5d|' 7
+| format STATUS=0x00000000 6 7    |\0{#*25}|##
+| format STATUS=0x00000000 6 +7   |\0{#*25}|##
+
 == cutting: the whole text with exactly its room, one character less for each byte less
 $ runtime_probe format 18 '%!STATUS!' 0xC0000225 , format 17 '%!STATUS!' 0xC0000225 , format 39 %!GUID! guid , format 38 %!GUID! guid
 | format STATUS=0x00000000 17 STATUS=0xC0000225\0|##
