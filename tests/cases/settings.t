@@ -328,3 +328,12 @@ $ vantorctl -s --backend=bpf --trace=loud --apd=true
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
 [1]
 store DP u32 1
+
+== aid: nothing stored is said on a get and on a verbose delete; a plain delete says nothing
+store empty
+$ vantorctl -g --aid
+| aid is not set.
+$ vantorctl -d -v --aid
+| aid is not set.
+$ vantorctl -d --aid
+|
