@@ -66,6 +66,11 @@ $ runtime_probe format 32 '%------+5d|' 7 , format 32 '%+-----5d|' 7
 | format STATUS=0x00000000 6 7    |\0{#*25}|##
 | format STATUS=0x00000000 6 +7   |\0{#*25}|##
 
+== a conversion is read up to 18 characters: one with no letter within them prints nothing, and what follows is text
+$ runtime_probe format 32 '%000000000000000005.3d|' 7 , format 32 '%00000000000000005.3d|' 7
+| format STATUS=0x00000000 4 .3d|\0{#*27}|##
+| format STATUS=0x00000000 3 3d|\0{#*28}|##
+
 == cutting: the whole text with exactly its room, one character less for each byte less
 $ runtime_probe format 18 '%!STATUS!' 0xC0000225 , format 17 '%!STATUS!' 0xC0000225 , format 39 %!GUID! guid , format 38 %!GUID! guid
 | format STATUS=0x00000000 17 STATUS=0xC0000225\0|##
