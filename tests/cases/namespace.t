@@ -59,3 +59,16 @@ $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && AS
 ! ERROR: failed switch to init mount namespace
 [1]
 link /var/log/vantorctl.log -> /dev/stdout
+
+== started in a mount namespace of its own, where process 1's cgroup namespace is missing or refused: the run goes on in the mount and UTS namespaces it joined
+file /opt/Marrowlight/vantorstore "12345"
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/1/ns/cgroup -e trace=openat -e inject=openat:error=ENOENT vantorctl -s --apd=true; rc=$?; ls -A /opt/Marrowlight; exit $rc'
+| <time> Couldn't open file /proc/1/ns/cgroup: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+| <time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0] (esc)
+|
+store empty
+store DP u32 1
+link /var/log/vantorctl.log -> /dev/stdout
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/1/ns/cgroup -e trace=openat -e inject=openat:error=EACCES vantorctl -s --apd=true; rc=$?; ls -A /opt/Marrowlight; exit $rc'
+| <time> Couldn't open file /proc/1/ns/cgroup: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
+|
