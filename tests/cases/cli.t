@@ -274,3 +274,13 @@ $ printf 'left unread\n' | { vantorctl -g -s --cid=@/dev/stdin; cat; }
 | left unread
 ! ERROR: -g and -s and -d are mutually exclusive
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+
+== a credential from standard input: a pipe is read to its end, however it is written; a terminal up to its first line, the rest left for the next reader
+store empty
+$ { printf '0000'; sleep 0.2; printf 'abcd\n'; } | vantorctl -s -v --provisioning-token=@/dev/stdin
+| provisioning-token=0000abcd.
+store PT u64 0xabcd
+$ printf '1234abcd\nleft\n' | script -q --echo never -c 'vantorctl -s -f -v --provisioning-token=@/dev/stdin; head -1' /dev/null
+| provisioning-token=1234abcd.\x0d (esc)
+| left\x0d (esc)
+store PT u64 0x1234abcd

@@ -194,7 +194,8 @@ log <time> ValidateData failed\t(<tid>) [0] (esc)
 log <time> Invalid file /opt/Marrowlight/vantorstore length: 0\t(<tid>) [0] (esc)
 log <time> The store /opt/Marrowlight/vantorstore cannot be repaired: it is opened read-only\t(<tid>) [0] (esc)
 
-# The zone file the C library would read is looked at first: a FIFO there is not waited for.
+# The zone file the C library would read is looked at first: a FIFO there is not waited for. A zone
+# name is looked for under TZDIR, or under /usr/share/zoneinfo when TZDIR is unset or empty.
 == time-zone files that are FIFOs
 store empty
 fifo /run/zone
@@ -225,6 +226,14 @@ store APH "f"
 $ TZ=: TZDIR=/run timeout 5 vantorctl -s --aph=g
 |
 store APH "g"
+$ mount --bind /run/zone /usr/share/zoneinfo/Etc/UTC && env -u TZDIR TZ=Etc/UTC timeout 5 vantorctl -s --aph=h; umount /usr/share/zoneinfo/Etc/UTC
+|
+log <time> Time zone file /usr/share/zoneinfo/Etc/UTC is not a regular file; using UTC\t(<tid>) [0] (esc)
+store APH "h"
+$ mount --bind /run/zone /usr/share/zoneinfo/Etc/UTC && TZDIR= TZ=Etc/UTC timeout 5 vantorctl -s --aph=i; umount /usr/share/zoneinfo/Etc/UTC
+|
+log <time> Time zone file /usr/share/zoneinfo/Etc/UTC is not a regular file; using UTC\t(<tid>) [0] (esc)
+store APH "i"
 
 # Created files get their modes whatever the umask; a flush keeps the registry's own mode.
 == modes under umasks

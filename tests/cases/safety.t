@@ -479,6 +479,11 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 | aph is not set.
 | syslog <11> vantorctl: vantor: Cannot set the mode of log file /var/log/vantorctl.log, errno = 1
 
+== the system log: a run whose log opens makes no connection to it
+store empty
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /run/calls -e trace=socket,connect vantorctl -g --aph; cat /run/calls; rm /run/calls
+| aph is not set.
+
 == a full disk: the registry's repair cannot be written, the tags are still printed, and the file
 # and stays as it was.
 sh mount -t tmpfs -o size=16k tmpfs /opt && mkdir -m 0770 /opt/Marrowlight
