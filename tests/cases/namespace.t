@@ -60,6 +60,15 @@ $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && AS
 [1]
 link /var/log/vantorctl.log -> /dev/stdout
 
+== started in a mount namespace of its own, where joining process 1's mount namespace is refused: the run stops there
+file /opt/Marrowlight/vantorstore "12345"
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=setns -e inject=setns:error=EPERM:when=1 vantorctl -s --apd=true'
+| <time> Failed to setns due to ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+|
+! ERROR: failed switch to init mount namespace
+[1]
+link /var/log/vantorctl.log -> /dev/stdout
+
 == started in a mount namespace of its own, where process 1's cgroup namespace is missing or refused: the run goes on in the mount and UTS namespaces it joined
 file /opt/Marrowlight/vantorstore "12345"
 $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/1/ns/cgroup -e trace=openat -e inject=openat:error=ENOENT vantorctl -s --apd=true; rc=$?; ls -A /opt/Marrowlight; exit $rc'

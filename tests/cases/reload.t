@@ -114,6 +114,15 @@ $ vantorctl -s --trace=warn --update
 log <time> Invalid PID: 0\t(<tid>) [0] (esc)
 store TRACE "warn"
 
+== a PID of 20 digits: its first 14 read, more than any PID can be, nothing signalled
+store empty
+file /var/run/vantor-sensor.pid "99999999999999999999\n"
+$ vantorctl -s --trace=warn --update
+|
+! Failed to get vantor PID from PID file /var/run/vantor-sensor.pid: Numerical result out of range
+log <time> Invalid PID: 99999999999999\t(<tid>) [0] (esc)
+store TRACE "warn"
+
 == a PID no process has (the sandbox is a PID namespace of its own)
 store empty
 file /var/run/vantor-sensor.pid "4000\n"
