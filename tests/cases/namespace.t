@@ -34,6 +34,16 @@ store empty
 store DP u32 1
 link /var/log/vantorctl.log -> /dev/stdout
 
+== namespaced, the old log a directory that cannot be replaced by the link to standard output: a warning, and the log line still goes to standard output
+file /opt/Marrowlight/vantorstore "12345"
+dir /var/log/vantorctl.log/keep
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && vantorctl -s --apd=true'
+| <time> Invalid file /opt/Marrowlight/vantorstore length: 5\t(<tid>) [0] (esc)
+|
+! WARNING: failed to redirect logs to STDOUT
+store empty
+store DP u32 1
+
 == namespaced, with standard output on a regular file: the result line follows the log line in it
 file /opt/Marrowlight/vantorstore "12345"
 $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && vantorctl -s -v --apd=true >/run/result'

@@ -1,5 +1,6 @@
 # The sensor's state: --systags from the kernel's file or from the registry file, --version, and
 # the reduced functionality mode options over the RFMHistory record.
+needs strace
 
 == systags from the kernel's file, which comes first: a registry giving other tags is not read
 tmpfs /proc
@@ -42,6 +43,18 @@ $ vantorctl -g --systags
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
 [1]
 log <time> Couldn't read from file: ERRNO=21 (Is a directory)\t(<tid>) [0] (esc)
+
+== systags from the kernel's file, which exists but cannot be opened: the run says so and fails
+tmpfs /proc
+store empty
+file /proc/vantor_lsm_serviceable/systags 0644 "12\n345\n"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/vantor_lsm_serviceable/systags -e trace=openat -e inject=openat:error=EACCES vantorctl -g --systags
+|
+! Could not open systags (is the sensor stopped or in RFM?)
+! ERROR: failed to process the option --systags
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Couldn't open file /proc/vantor_lsm_serviceable/systags: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
 
 == systags from the registry: bitmap edges and a list value
 store empty
