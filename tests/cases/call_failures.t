@@ -289,6 +289,16 @@ log <time> Couldn't open file /opt/Marrowlight: ERRNO=13 (Permission denied)\t(<
 log <time> Failed write to store:c0000001\t(<tid>) [0] (esc)
 store empty
 
+== the first run, which creates the store, its openat call 1 fails with EPERM
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -P /opt/Marrowlight/vantorstore-journal -P /opt/Marrowlight -P /opt/Marrowlight/Registry.bin -P /opt/Marrowlight/Registry.bin.tmp -e trace=openat -e inject=openat:error=EPERM:when=1 vantorctl -s --trace=warn
+|
+! ERROR: cannot open /opt/Marrowlight/vantorstore: Operation not permitted
+! ERROR: unable to initialize simple store
+[1]
+log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=1 (Operation not permitted)\t(<tid>) [0] (esc)
+log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
+log <time> Failed opening simple store file /opt/Marrowlight/vantorstore: STATUS=0xC0000034\t(<tid>) [0] (esc)
+
 == the first run, which creates the store, its flock call 1 fails with ENOLCK
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -P /opt/Marrowlight/vantorstore-journal -P /opt/Marrowlight -P /opt/Marrowlight/Registry.bin -P /opt/Marrowlight/Registry.bin.tmp -e trace=flock -e inject=flock:error=ENOLCK:when=1 vantorctl -s --trace=warn
 |

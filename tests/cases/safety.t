@@ -541,3 +541,12 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 log <time> Cannot stat the PID file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
 store TRACE "info"
 hangups 0
+
+== the daemon's descriptor list fails to close after the proof (close call 1 of /proc/7000/fd fails with EIO): it is signalled, and the reload is not reported failed
+store empty
+sh echo 6999 >/proc/sys/kernel/ns_last_pid
+daemon
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/7000/fd -e trace=close -e inject=close:error=EIO:when=1 timeout 5 vantorctl -s --trace=info --update
+|
+store TRACE "info"
+hangups 1
