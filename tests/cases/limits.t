@@ -178,6 +178,26 @@ log <time> The store /opt/Marrowlight/vantorstore cannot be opened for writing; 
 log <time> The store is opened read-only; the change is not written\t(<tid>) [0] (esc)
 $ chattr -a /opt/Marrowlight/vantorstore
 
+== a record's data length past the slot's 256 bytes: the store is taken as damaged and made anew
+store APH "x"
+sh printf '\001\001' | dd of=/opt/Marrowlight/vantorstore bs=1 seek=306 conv=notrunc status=none
+$ vantorctl -g --aph
+| aph is not set.
+log <time> ValidateData failed\t(<tid>) [0] (esc)
+log <time> ValidateData failed\t(<tid>) [0] (esc)
+log <time> Invalid file /opt/Marrowlight/vantorstore length: 0\t(<tid>) [0] (esc)
+store APH absent
+
+== a record's data length of exactly 256 bytes: the store is whole
+store APH "x"
+sh printf '\000\001' | dd of=/opt/Marrowlight/vantorstore bs=1 seek=306 conv=notrunc status=none
+$ vantorctl -g --aph
+|
+! Could not read application proxy host from config file
+! ERROR: failed to process the option --aph
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+
 == a read-only store that needs a repair
 store empty
 sh printf '\007' | dd of=/opt/Marrowlight/vantorstore conv=notrunc status=none
