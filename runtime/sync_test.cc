@@ -83,23 +83,25 @@ TEST(RundownGuard, WaitsWhileAHolderIsLeft) {
   gRundownTestHooks = {nullptr, nullptr};
 }
 
-// A set releases a waiter blocked before it; an auto-reset event is then
-// taken by that one waiter, a manual-reset event by every wait until reset.
+// A set releases the waiters blocked before it: an auto-reset event one per
+// set, a manual-reset event all of them and every wait until reset.
 TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
   for (bool manual : {false, true}) {
     SCOPED_TRACE(manual ? "manual reset" : "auto reset");
     SyncEvent event;
+    // Not signalled: no waiter may return before a set.
     ASSERT_EQ(InitializeSyncEvent(&event, manual, false), STATUS_SUCCESS);
-    EXPECT_EQ(WaitSyncEvent(&event, 0), STATUS_TIMEOUT);
-    std::atomic<bool> setCalled{false};
-    std::thread waiter([&] {
+    std::atomic<int> sets{0}, returned{0};
+    const auto wait = [&] {
       EXPECT_EQ(WaitSyncEvent(&event, kNoTimeout), STATUS_SUCCESS);
-      EXPECT_TRUE(setCalled.load()) << "returned before the set";
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // most likely blocked by now
-    setCalled = true;
-    SetSyncEvent(&event);
-    waiter.join();
+      EXPECT_GT(sets.load(), manual ? 0 : returned.fetch_add(1)) << "returned without a set of its own";
+    };
+    std::thread first(wait), second(wait);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // most likely both blocked by now
+    ++sets, SetSyncEvent(&event);
+    while (!manual && returned == 0) std::this_thread::yield();
+    if (!manual) ++sets, SetSyncEvent(&event);  // the other waiter's own set
+    first.join(), second.join();
     EXPECT_EQ(ReadSyncEvent(&event), manual);
     SetSyncEvent(&event);
     EXPECT_EQ(WaitSyncEvent(&event, 0), STATUS_SUCCESS);
@@ -114,10 +116,8 @@ TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
 TEST(SyncTime, TimeUntilBorrowsAndDetectsExpiry) {
   struct Case { timespec deadline, now; bool expired; timespec left; };
   const Case cases[] = {
-      {{10, 100}, {9, 900000000}, false, {0, 100000100}},
-      {{12, 0}, {10, 999999999}, false, {1, 1}},
-      {{10, 500}, {10, 500}, true, {0, 0}},       {{10, 500}, {10, 499}, false, {0, 1}},
-      {{10, 500}, {11, 0}, true, {0, 0}},
+      {{10, 100}, {9, 900000000}, false, {0, 100000100}}, {{12, 0}, {10, 999999999}, false, {1, 1}},
+      {{10, 500}, {10, 500}, true, {0, 0}}, {{10, 500}, {10, 499}, false, {0, 1}}, {{10, 500}, {11, 0}, true, {0, 0}},
   };
   for (const Case& c : cases) {
     bool expired = !c.expired;
