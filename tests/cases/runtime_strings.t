@@ -204,7 +204,8 @@ $ runtime_probe to-utf8n null u:0061,00E9,20AC,D83D,DE00 , to-utf8n null abc 6 n
 | to-utf8n STATUS=0xC00000F3 77 ####|##
 
 == UTF-8 to UTF-16 at each sequence length's bounds, and one past them
-$ runtime_probe from-utf8 x:7f , from-utf8 x:c280 , from-utf8 x:dfbf , from-utf8 x:e0a080 , from-utf8 x:efbfbf , from-utf8 x:f0908080 , from-utf8 x:f48fbfbf
+$ runtime_probe from-utf8 x:00 , from-utf8 x:7f , from-utf8 x:c280 , from-utf8 x:dfbf , from-utf8 x:e0a080 , from-utf8 x:efbfbf , from-utf8 x:f0908080 , from-utf8 x:f48fbfbf
+| from-utf8 STATUS=0x00000000 2/4 \0\0 block 4 2 Strg aligned
 | from-utf8 STATUS=0x00000000 2/4 \u007F\0 block 4 2 Strg aligned
 | from-utf8 STATUS=0x00000000 2/4 \u0080\0 block 4 2 Strg aligned
 | from-utf8 STATUS=0x00000000 2/4 \u07FF\0 block 4 2 Strg aligned
