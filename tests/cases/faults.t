@@ -61,3 +61,15 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 log <time> Error reading PID file: ERRNO=4 (Interrupted system call)\t(<tid>) [0] (esc)
 store TRACE "warn"
 hangups 0
+
+== and so is a lock of the store
+store APH "old.example"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=flock -e inject=flock:error=EINTR:when=1..100 vantorctl -s --aph=new.example
+|
+store APH "new.example"
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=flock -e inject=flock:error=EINTR:when=1..101 vantorctl -s --aph=newer.example
+|
+! ERROR: cannot open /opt/Marrowlight/vantorstore: another process holds its lock; see /var/log/vantorctl.log
+! ERROR: unable to initialize simple store
+[1]
+log <time> flock() failed:4\t(<tid>) [0] (esc)
