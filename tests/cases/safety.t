@@ -531,17 +531,6 @@ log <time> Cannot list the descriptors of process 7000: ERRNO=5 (Input/output er
 store TRACE "info"
 hangups 0
 
-== the locked PID file cannot be looked at (its newfstatat call 2 fails): the daemon is not signalled, and the log says why
-store empty
-sh echo 6999 >/proc/sys/kernel/ns_last_pid
-daemon
-$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e trace=newfstatat -e inject=newfstatat:error=EIO:when=2 vantorctl -s --trace=info --update
-|
-! Failed to send SIGHUP to vantor process (PID 7000): Input/output error
-log <time> Cannot stat the PID file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
-store TRACE "info"
-hangups 0
-
 == the daemon's descriptor list fails to close after the proof (close call 1 of /proc/7000/fd fails with EIO): it is signalled, and the reload is not reported failed
 store empty
 sh echo 6999 >/proc/sys/kernel/ns_last_pid

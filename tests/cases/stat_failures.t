@@ -236,3 +236,14 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 log <time> Error reading PID file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
 store TRACE "info"
 hangups 0
+
+== --update with the sensor running, the PID file's newfstatat call 2 (once it is locked) fails with EIO: the daemon is not signalled, and the log says why
+store empty
+sh echo 6999 >/proc/sys/kernel/ns_last_pid
+daemon
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /run/vantor-sensor.pid -e trace=newfstatat -e inject=newfstatat:error=EIO:when=2 vantorctl -s --trace=info --update
+|
+! Failed to send SIGHUP to vantor process (PID 7000): Input/output error
+log <time> Cannot stat the PID file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+store TRACE "info"
+hangups 0
