@@ -55,6 +55,7 @@ TEST_F(RegistryFile, AFailedAllocationLeavesAFileThatLoadsWhole) {
     if (NT_SUCCESS(status)) status = p_->OpenCollection(store, 0, &kGuidA, &collection);
     if (NT_SUCCESS(status)) status = p_->CreateRecord(collection, Wide("new").get(), 0, &record, nullptr);
     if (NT_SUCCESS(status)) status = Set(record, "two", "22");
+    if (NT_SUCCESS(status)) status = Set(record, "two", "2");  // a replacement frees the old value first
     if (NT_SUCCESS(status)) status = FlushRegistry();
     CloseRegistry();
     failed = vt_test::StopFailingAllocations();
@@ -63,10 +64,11 @@ TEST_F(RegistryFile, AFailedAllocationLeavesAFileThatLoadsWhole) {
         << "allocation " << nth << " status " << std::hex << status;
     const std::string left = ReadWholeFile(Path());
     EXPECT_EQ(left.substr(0, old.size()), old) << "allocation " << nth;
+    EXPECT_EQ(left.size() > old.size(), store != nullptr) << "allocation " << nth;  // the new store is kept
     ASSERT_EQ(Open(), STATUS_SUCCESS);
     CloseRegistry();
     EXPECT_EQ(ReadWholeFile(Path()), left) << "allocation " << nth;
-    EXPECT_TRUE(failed || nth > 5) << "the open and the four changes allocate";
+    EXPECT_TRUE(failed || nth > 6) << "the open and the five changes allocate";
   }
   EXPECT_FALSE(failed) << "still allocating after 99";
 }

@@ -83,6 +83,7 @@ TEST_F(SimpleStoreTest, DataAndNameLimits) {
   for (const auto& [capacity, status] : {std::pair{4u, STATUS_BUFFER_TOO_SMALL}, {256u, STATUS_SUCCESS}}) {
     std::string buffer(260, '#');
     std::uint32_t size = capacity;
+    EXPECT_EQ(GetSimpleStoreValue(Name("big").get(), nullptr, &size), STATUS_INVALID_PARAMETER);  // room but no buffer
     EXPECT_EQ(GetSimpleStoreValue(Name("big").get(), buffer.data(), &size), status);
     EXPECT_EQ(size, 256u);
     EXPECT_EQ(buffer, std::string(capacity, 'd') + std::string(260 - capacity, '#'));  // nothing past the capacity

@@ -93,17 +93,20 @@ $ runtime_probe recursive init , recursive acquire , recursive acquire , recursi
 | recursive STATUS=0x00000000 not owned state C000A003 no block
 
 == a reader-writer lock records only its exclusive owner
-$ runtime_probe rw prepare , rw init , rw shared , rw owned , rw release , rw exclusive , rw owned , rw owned other , rw release , rw owned , rw delete , rw delete
+$ runtime_probe rw prepare , rw init , rw shared , rw readable , rw owned , rw release , rw exclusive , rw readable , rw owned , rw owned other , rw release , rw owned , rw readable , rw delete , rw delete
 | rw STATUS=0x00000000 state C000A003
 | rw STATUS=0x00000000 state 00000000
 | rw STATUS=0x00000000 state 00000000
+| rw STATUS=0x00000000 readable state 00000000
 | rw STATUS=0x00000000 not owned state 00000000
 | rw STATUS=0x00000000 state 00000000
 | rw STATUS=0x00000000 state 00000000
+| rw STATUS=0x00000000 busy state 00000000
 | rw STATUS=0x00000000 owned state 00000000
 | rw STATUS=0x00000000 not owned state 00000000
 | rw STATUS=0x00000000 state 00000000
 | rw STATUS=0x00000000 not owned state 00000000
+| rw STATUS=0x00000000 readable state 00000000
 | rw STATUS=0x00000000 state C000A003
 | rw STATUS=0x00000000 state C000A003
 

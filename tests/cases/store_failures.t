@@ -272,3 +272,46 @@ log <time> Couldn't read from file: ERRNO=5 (Input/output error)\t(<tid>) [0] (e
 log <time> Failed read to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> ReadSimpleStore failed:STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Could not read RFM history\t(<tid>) [0] (esc)
+
+# Not a failure of the file: its 28 slots are all taken. The option says so in its own words too.
+== a store with all 28 slots taken: a new name is refused, a stored one is still replaced
+store TRACE "info"
+store V1 "x"
+store V2 "x"
+store V3 "x"
+store V4 "x"
+store V5 "x"
+store V6 "x"
+store V7 "x"
+store V8 "x"
+store V9 "x"
+store V10 "x"
+store V11 "x"
+store V12 "x"
+store V13 "x"
+store V14 "x"
+store V15 "x"
+store V16 "x"
+store V17 "x"
+store V18 "x"
+store V19 "x"
+store V20 "x"
+store V21 "x"
+store V22 "x"
+store V23 "x"
+store V24 "x"
+store V25 "x"
+store V26 "x"
+store V27 "x"
+$ vantorctl -s --feature=enableLog
+|
+! Could not write feature "enableLog" to config
+! ERROR: failed to process the option --feature
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> No empty records in store:c000009a\t(<tid>) [0] (esc)
+$ vantorctl -s --trace=warn
+|
+store TRACE "warn"
+$ vantorctl -g --trace
+| trace=warn.

@@ -192,6 +192,7 @@ struct Probe {
   // Runs one operation (name and arguments); false for an unknown one.
   bool Run(const std::string_view op, const std::vector<const char*>& a) {
     const auto arg = [&](std::size_t i) { return i < a.size() ? a[i] : "null"; };
+    const std::string_view what = arg(0);  // the lock and PID-file words' action
     const auto options = [&](std::size_t i) { return static_cast<std::uint32_t>(Number(arg(i))); };
     NTSTATUS status = STATUS_SUCCESS;
     std::string out;
@@ -399,7 +400,6 @@ struct Probe {
       for (TvEvent& e : events) TvCloseEvent(&e);
       out = " descriptor " + std::to_string(events.empty() ? 0 : events[0].Descriptor);
     } else if (op == "mutex") {  // init | acquire | release | held [other] | delete
-      const std::string_view what = arg(0);
       if (what == "init") status = InitializeOwnedMutex(&mutex);
       if (what == "acquire") AcquireOwnedMutex(&mutex);
       if (what == "release") ReleaseOwnedMutex(&mutex);
@@ -407,7 +407,6 @@ struct Probe {
       if (what == "held") out = Elsewhere(a.size() > 1, [&] { return IsOwnedMutexHeld(&mutex); }) ? " held" : " not held";
       out += Hex(" state %08X", static_cast<unsigned>(mutex.State)) + (mutex.Block ? PoolHeader(mutex.Block) : " no block");
     } else if (op == "recursive") {  // init | acquire | release | owned [other] | delete
-      const std::string_view what = arg(0);
       if (what == "init") status = InitializeRecursiveLock(&recursive);
       if (what == "acquire") out = " depth " + std::to_string(AcquireRecursiveLock(&recursive));
       if (what == "release") ReleaseRecursiveLock(&recursive);
@@ -415,8 +414,7 @@ struct Probe {
       if (what == "owned") out = Elsewhere(a.size() > 1, [&] { return IsRecursiveLockOwned(&recursive); }) ? " owned" : " not owned";
       out += Hex(" state %08X", static_cast<unsigned>(recursive.State)) +
              (recursive.Block ? PoolHeader(recursive.Block) : " no block");
-    } else if (op == "rw") {  // prepare | init | shared | exclusive | release | owned [other] | delete
-      const std::string_view what = arg(0);
+    } else if (op == "rw") {  // prepare | init | shared | exclusive | release | owned [other] | readable | delete
       if (what == "prepare") PrepareRwLock(&rw);
       if (what == "init") status = InitializeRwLock(&rw);
       if (what == "shared") AcquireRwLockShared(&rw);
@@ -424,10 +422,11 @@ struct Probe {
       if (what == "release") ReleaseRwLock(&rw);
       if (what == "delete") DeleteRwLock(&rw);
       if (what == "owned") out = Elsewhere(a.size() > 1, [&] { return IsRwLockOwnedExclusive(&rw); }) ? " owned" : " not owned";
+      auto readable = [&] { return pthread_rwlock_tryrdlock(&rw.Lock) == 0 && pthread_rwlock_unlock(&rw.Lock) == 0; };
+      if (what == "readable") out = Elsewhere(true, readable) ? " readable" : " busy";  // another thread, not waiting
       out += Hex(" state %08X", static_cast<unsigned>(rw.State));
       // ---- the PID file: both sides
     } else if (op == "pidfile") {  // create | acquire | remove | read
-      const std::string_view what = arg(0);
       if (what == "create") status = CreatePidFile();
       if (what == "acquire") status = AcquirePidFile();
       if (what == "acquire") out = PidFileExisted() ? " existed" : " new";
