@@ -8,10 +8,11 @@
 # ptrace).
 needs strace
 
-== kernel-style opens: the descriptor is written on every path but an unconvertible one
+== kernel-style opens: the descriptor is written on every path but an unconvertible one; a relative path is the working directory's
 file /run/d/f "hello"
 fifo /run/d/pipe
 link /run/d/link -> /run/d/f
+file /run/d/g "gone"
 $ runtime_probe open /run/d/f 1 0 , read 2 , open /run/d/missing 1 0 , read 2 , open-no-out , open-no-out regular
 | open STATUS=0x00000000
 | read STATUS=0x00000000 2 'he'
@@ -21,6 +22,13 @@ $ runtime_probe open /run/d/f 1 0 , read 2 , open /run/d/missing 1 0 , read 2 , 
 | open-no-out STATUS=0xC000000D
 log <time> Couldn't open file /run/d/missing: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
 log <time> Couldn't read from file: ERRNO=9 (Bad file descriptor)\t(<tid>) [0] (esc)
+$ cd /run/d && runtime_probe open f 1 0 , read 2 , open-regular f 1 0 , read 2 , delete g
+| open STATUS=0x00000000
+| read STATUS=0x00000000 2 'he'
+| open-regular STATUS=0x00000000
+| read STATUS=0x00000000 2 'he'
+| delete STATUS=0x00000000
+absent /run/d/g
 $ runtime_probe open-u /run/d/f 1 0 , open-u bad 1 0 , read 2 , open-regular-u bad 1 0 , read 2 , close , close
 | open-u STATUS=0x00000000
 | open-u STATUS=0xC0000001
