@@ -230,7 +230,8 @@ log <time> Invalid file /opt/Marrowlight/vantorstore length: 0\t(<tid>) [0] (esc
 log <time> The store /opt/Marrowlight/vantorstore cannot be repaired: it is opened read-only\t(<tid>) [0] (esc)
 
 # The zone file the C library would read is looked at first: a FIFO there is not waited for. A zone
-# name is looked for under TZDIR, or under /usr/share/zoneinfo when TZDIR is unset or empty.
+# name is looked for under TZDIR, or under /usr/share/zoneinfo when TZDIR is unset or empty; a
+# path too long to name (here the directory /run/./././... cut one byte short) is left alone.
 == time-zone files that are FIFOs
 store empty
 fifo /run/zone
@@ -269,6 +270,9 @@ $ mount --bind /run/zone /usr/share/zoneinfo/Etc/UTC && TZDIR= TZ=Etc/UTC timeou
 |
 log <time> Time zone file /usr/share/zoneinfo/Etc/UTC is not a regular file; using UTC\t(<tid>) [0] (esc)
 store APH "i"
+$ TZ=$(printf './%.0s' $(seq 2045))x TZDIR=/run timeout 5 vantorctl -s --aph=j
+|
+store APH "j"
 
 # Created files get their modes whatever the umask; a flush keeps the registry's own mode.
 == modes under umasks

@@ -45,11 +45,11 @@ file /run/d/f "f"
 $ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , fail-alloc 1 , resolve /run/d/fXYZ 8 , fail-alloc 2 , resolve /run/d/fXYZ 8 , fail-alloc 1 , resolve /run/d/f , heap held
 | heap STATUS=0x00000000
 | fail-alloc STATUS=0x00000000
-| resolve STATUS=0xC000009A '' 0
+| resolve STATUS=0xC000009A '' 0/0
 | fail-alloc STATUS=0x00000000
-| resolve STATUS=0xC000009A '' 0
+| resolve STATUS=0xC000009A '' 0/0
 | fail-alloc STATUS=0x00000000
-| resolve STATUS=0xC000009A '' 0
+| resolve STATUS=0xC000009A '' 0/0
 | heap STATUS=0x00000000 held 0
 log <time> Allocation failure.\t(<tid>) [0] (esc)
 log <time> Allocation failure.\t(<tid>) [0] (esc)

@@ -364,11 +364,11 @@ file /run/d/f "f"
 link /run/l -> /run/d/f
 sh touch "$(printf '/run/\377')" && ln -s "$(printf '/run/\377')" /run/odd
 $ runtime_probe resolve /run/l , resolve /run//d/../d/f , resolve /run/d/fXYZ 8 , resolve /run/missing , resolve null
-| resolve STATUS=0x00000000 '/run/d/f' 4096
-| resolve STATUS=0x00000000 '/run/d/f' 4096
-| resolve STATUS=0x00000000 '/run/d/f' 4096
-| resolve STATUS=0xC0000001 '' 0
-| resolve STATUS=0xC000000D '' 0
+| resolve STATUS=0x00000000 '/run/d/f' 8/4096
+| resolve STATUS=0x00000000 '/run/d/f' 8/4096
+| resolve STATUS=0x00000000 '/run/d/f' 8/4096
+| resolve STATUS=0xC0000001 '' 0/0
+| resolve STATUS=0xC000000D '' 0/0
 log <time> Could not resolve path /run/missing: ERRNO=2 (No such file or directory)\t(<tid>) [0] (esc)
 $ runtime_probe expand /run/l , expand run/d , expand /run/missing , expand null , expand bad
 | expand STATUS=0x00000000 '/run/d/f'
@@ -382,9 +382,9 @@ log <time> Error getting buffer length: STATUS=0xC0000001\t(<tid>) [0] (esc)
 log <time> Could not convert unicode filename '/\x00' to UTF-8: STATUS=0xC0000001\t(<tid>) [0] (esc)
 $ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , resolve /run/l , resolve /run/l , resolve /run/missing , expand /run/l /run/d , expand /run/odd , expand /run/missing , expand bad , open-u /run/d/f 1 0 , close , open-u /run/missing 1 0 , times-u /run/missing , heap held
 | heap STATUS=0x00000000
-| resolve STATUS=0x00000000 '/run/d/f' 4096
-| resolve STATUS=0x00000000 '/run/d/f' 4096
-| resolve STATUS=0xC0000001 '' 0
+| resolve STATUS=0x00000000 '/run/d/f' 8/4096
+| resolve STATUS=0x00000000 '/run/d/f' 8/4096
+| resolve STATUS=0xC0000001 '' 0/0
 | expand STATUS=0x00000000 '/run/d'
 | expand STATUS=0xC000009A ''
 | expand STATUS=0xC0000001 ''

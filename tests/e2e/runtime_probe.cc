@@ -87,9 +87,10 @@ std::string Show(const T* items, std::size_t count) {
 std::string ShowUnits(const WCHAR* units, std::size_t count) { return Show(units, count); }
 std::string ShowBytes(const char* bytes, std::size_t count) { return Show(bytes, count); }
 
-std::string Lengths(const UNICODE_STRING& s) {
+template <class S> std::string Lengths(const S& s) {
   return " " + std::to_string(s.Length) + "/" + std::to_string(s.MaximumLength);
 }
+template <class S> const char* NotFreed(const S& s) { return s.Buffer || s.Length || s.MaximumLength ? " not freed" : ""; }
 
 // A word as UTF-16: the descriptor an operation takes and the units behind it,
 // which stay terminated one unit past their end.
@@ -149,14 +150,10 @@ std::string Utf8(const UNICODE_STRING& s) {
 
 // What the 16-byte header in front of a pool block records.
 std::string PoolHeader(const void* block) {
-  std::uint64_t size = 0;
-  std::uint32_t tagIndex = 0;
-  char tag[5] = {};
-  std::memcpy(&size, static_cast<const char*>(block) - 16, 8);
-  std::memcpy(&tagIndex, static_cast<const char*>(block) - 8, 4);
-  std::memcpy(tag, static_cast<const char*>(block) - 4, 4);
-  return " block " + std::to_string(size) + " " + std::to_string(tagIndex) + " " + tag +
-         (reinterpret_cast<std::uintptr_t>(block) % 16 == 0 ? " aligned" : " unaligned");
+  struct { std::uint64_t size; std::uint32_t tagIndex; char tag[4]; } header;
+  std::memcpy(&header, static_cast<const char*>(block) - sizeof header, sizeof header);
+  return " block " + std::to_string(header.size) + " " + std::to_string(header.tagIndex) + " " +
+         std::string(header.tag, strnlen(header.tag, 4)) + (reinterpret_cast<std::uintptr_t>(block) % 16 ? " unaligned" : " aligned");
 }
 
 // A question asked on this thread, or on another one when `other` is set.
@@ -311,7 +308,7 @@ struct Probe {
         RtlInitAnsiString(&path, arg(0));
       }
       status = ResolvePath(Text(arg(0)) ? &path : nullptr, result.ptr());
-      out = " '" + std::string(View(result.get())) + "' " + std::to_string(result.get().MaximumLength);
+      out = " '" + std::string(View(result.get())) + "'" + Lengths(result.get());
     } else if (op == "expand") {
       UNICODE_STRING result{7, 7, nullptr};  // lengths without a buffer: must come back empty
       status = ExpandPath(Units(arg(0)).get(), &result);
@@ -319,7 +316,7 @@ struct Probe {
       const bool stale = result.Buffer == nullptr && result.Length + result.MaximumLength != 0;
       out = " '" + (result.Buffer != nullptr ? Utf8(result) : "") + "'" + (stale ? " stale" : "");
       RtlFreeUnicodeString(&result);
-      if (result.Buffer != nullptr || result.Length != 0) out += " not freed";
+      out += NotFreed(result);
       // ---- counted strings
     } else if (op == "buffer") {  // MAX TEXT: a buffer of MAX bytes, filled, holding TEXT
       const Units text(arg(1));
@@ -510,7 +507,10 @@ struct Probe {
              : NT_SUCCESS(status) ? " " + ShowBytes(dest.Buffer, dest.MaximumLength) + PoolHeader(dest.Buffer)
              : dest.Buffer ? " unchanged"
                            : " null");
-      if (a.size() < 2 && NT_SUCCESS(status)) RtlFreeAnsiString(&dest);
+      if (a.size() < 2 && NT_SUCCESS(status)) {
+        RtlFreeAnsiString(&dest);
+        out += NotFreed(dest);
+      }
     } else {
       return false;
     }
