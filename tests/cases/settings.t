@@ -196,6 +196,9 @@ $ vantorctl -g --pcpt
 $ vantorctl -s --pcpt=ipv4
 |
 store PCPT u32 4
+$ vantorctl -s --pcpt=auto
+|
+store PCPT u32 0
 
 == pcpt: an unknown stored number reads as auto
 store GroupTags "lab"
@@ -226,6 +229,9 @@ store TRACE "debug"
 $ vantorctl -s --trace=err
 |
 store TRACE "err"
+$ vantorctl -s --trace=none
+|
+store TRACE "none"
 $ vantorctl -d -v --trace
 | trace is not set.
 store TRACE absent
@@ -262,6 +268,9 @@ store SenBackend u32 2
 $ vantorctl -s --backend=kernel
 |
 store SenBackend u32 1
+$ vantorctl -s --backend=auto
+|
+store SenBackend u32 0
 
 == backend: 0 is auto
 store GroupTags "lab"
@@ -290,6 +299,9 @@ $ vantorctl -s --billing=Metered
 $ vantorctl -s -v --billing=metered
 | billing=metered.
 store BT u32 1
+$ vantorctl -s --billing=default
+|
+store BT u32 0
 $ vantorctl -d -v --billing
 | billing is not set.
 store BT absent
