@@ -229,9 +229,6 @@ store TRACE "debug"
 $ vantorctl -s --trace=err
 |
 store TRACE "err"
-$ vantorctl -s --trace=none
-|
-store TRACE "none"
 $ vantorctl -d -v --trace
 | trace is not set.
 store TRACE absent
@@ -268,9 +265,6 @@ store SenBackend u32 2
 $ vantorctl -s --backend=kernel
 |
 store SenBackend u32 1
-$ vantorctl -s --backend=auto
-|
-store SenBackend u32 0
 
 == backend: 0 is auto
 store GroupTags "lab"
