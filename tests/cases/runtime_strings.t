@@ -5,8 +5,9 @@
 #   0xC00000F2/F3 invalid parameter 4/5                         0xC0000023 buffer too small
 #   0xC0000095 integer overflow   0xC0000106 name too long
 
-== pool blocks: a 16-byte header (size, tag index, label) before a 16-byte-aligned block
-$ runtime_probe pool 0 2 , pool 1 8 , pool 17 129 , pool 5 130 , pool 5 290 , pool 5 300 , pool 5 301 , pool 5 302 , pool 5 684
+== pool blocks: a 16-byte header (size, tag index, label) before a 16-byte-aligned block; an owner given another block frees its own
+$ GLIBC_TUNABLES=glibc.malloc.tcache_count=0 runtime_probe heap mark , pool 0 2 , pool 1 8 , pool 17 129 , pool 5 130 , pool 5 290 , pool 5 300 , pool 5 301 , pool 5 302 , pool 5 684 , heap held
+| heap STATUS=0x00000000
 | pool STATUS=0x00000000 block 1 2 Strg aligned
 | pool STATUS=0x00000000 block 1 8 StrO aligned
 | pool STATUS=0x00000000 block 17 129 MtxO aligned
@@ -16,6 +17,7 @@ $ runtime_probe pool 0 2 , pool 1 8 , pool 17 129 , pool 5 130 , pool 5 290 , po
 | pool STATUS=0x00000000 block 5 301 Path aligned
 | pool STATUS=0x00000000 block 5 302 CtlT aligned
 | pool STATUS=0x00000000 block 5 684 Regy aligned
+| heap STATUS=0x00000000 held 0
 $ runtime_probe pool 5 0 , pool 5 0x123 , pool 5 0xAB , pool 5 0x4FF , pool 5 0x3C9 , pool 5 1280 , pool 5 0xFFFFFFFF
 | pool STATUS=0x00000000 block 5 0 T000 aligned
 | pool STATUS=0x00000000 block 5 291 T123 aligned

@@ -373,10 +373,10 @@ struct Probe {
       heapMark = now;
     } else if (op == "fail-alloc") {  // N: the pool's Nth allocation from here on fails
       vt_test::FailNthAllocation(static_cast<long>(Number(arg(0))));
-    } else if (op == "pool") {  // SIZE TAG
-      void* block = TvAllocatePoolWithTag(Number(arg(0)), options(1));
-      out = block == nullptr ? " null" : PoolHeader(block);
-      TvFreePoolWithTag(block, 0);
+    } else if (op == "pool") {  // SIZE TAG: a block in an owner, which frees it when it is given another
+      PoolBuffer block(Number(arg(0)), options(1));
+      out = !block ? " null" : PoolHeader(block.get());
+      block = PoolBuffer(0, 0);
       // ---- synchronisation objects; "... other" asks from another thread
     } else if (op == "events") {  // COUNT TYPE INITIAL
       events.assign(options(0), TvEvent{});
