@@ -21,6 +21,7 @@
 
 #include <cstdio>
 #include <string>
+#include <thread>
 
 #include "runtime/pidfile.h"
 #include "runtime/pidfile_writer.h"
@@ -61,17 +62,16 @@ int main(int argc, char** argv) {
   }
   long hangups = 0;
   bool running = WriteCount(argv[1], hangups);
-  while (running) {
-    signalfd_siginfo info{};
-    if (read(fd, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
-      break;
+  // Read on a second thread, as a daemon's signal thread does: it sees what is
+  // sent to the process, not what is sent to the thread whose ID is the PID.
+  std::thread reader([&] {
+    for (signalfd_siginfo info{}; running && read(fd, &info, sizeof info) == static_cast<ssize_t>(sizeof info);) {
+      running = info.ssi_signo == SIGHUP;
+      hangups += running ? 1 : 0;
+      if (!WriteCount(argv[1], hangups)) break;
     }
-    running = info.ssi_signo == SIGHUP;
-    hangups += running ? 1 : 0;
-    if (!WriteCount(argv[1], hangups)) {
-      break;
-    }
-  }
+  });
+  reader.join();
   RemovePidFile();
   return running ? 1 : 0;
 }
