@@ -198,6 +198,13 @@ store CU hex 00112233445566778899aabbccddeeff
 $ printf '0000abcd\n' | vantorctl -s -v --provisioning-token=@/dev/stdin
 | provisioning-token=0000abcd.
 store PT u64 0xabcd
+# A pipe is read to its end, whatever lines come first.
+$ (printf '0000abcd\n'; sleep 0.2; printf 'ef') | vantorctl -s -f -v --provisioning-token=@/dev/stdin
+|
+! Provisioning token format incorrect
+! ERROR: failed to process the option --provisioning-token
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
 $ printf '12345678' | vantorctl -s -f --provisioning-token=@/dev/stdin --cid=@/run/secret/cid
 |
 store PT u64 0x12345678

@@ -114,10 +114,10 @@ log <time> Could not convert filename '/\x00' to UTF-8: STATUS=0xC0000001\t(<tid
 absent /run/a
 file /run/b "source"
 
-== creation, truncation and the offset an open leaves
+== creation, truncation and the offset an open leaves (at the end of a file just made, too)
 file /run/d/f "hello"
 file /run/d/t "xyz"
-$ umask 077 && runtime_probe open /run/d/new 2 1 , write abc , mode /run/d/new , open /run/d/f 2 4 , write '!' , open /run/d/t 3 2 , length
+$ umask 077 && runtime_probe open /run/d/new 2 5 , write abc , mode /run/d/new , open /run/d/f 2 4 , write '!' , open /run/d/t 3 2 , length
 | open STATUS=0x00000000
 | write STATUS=0x00000000 3
 | mode STATUS=0x00000000 0660
