@@ -422,3 +422,15 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 | open STATUS=0x00000000
 | pwrite STATUS=0xC0000001 0
 log <time> Couldn't write to file: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+
+== with standard input closed and no log, descriptor 0 is a descriptor like any other
+dir /var/log/vantorctl.log
+file /run/d/f "abc"
+$ runtime_probe events 1 0 1 , signalled 0 <&-
+| events STATUS=0x00000000
+| signalled STATUS=0x00000000 set
+$ runtime_probe opendir /run/d , dirfd , open-at f 1 0 , read 3 <&-
+| opendir STATUS=0x00000000
+| dirfd STATUS=0x00000000
+| open-at STATUS=0x00000000
+| read STATUS=0x00000000 3 'abc'
