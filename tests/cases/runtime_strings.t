@@ -215,9 +215,10 @@ $ runtime_probe from-utf8 x:00 , from-utf8 x:7f , from-utf8 x:c280 , from-utf8 x
 | from-utf8 STATUS=0x00000000 2/4 \uFFFF\0 block 4 2 Strg aligned
 | from-utf8 STATUS=0x00000000 4/6 \uD800\uDC00\0 block 6 2 Strg aligned
 | from-utf8 STATUS=0x00000000 4/6 \uDBFF\uDFFF\0 block 6 2 Strg aligned
-$ runtime_probe from-utf8 x:ed9fbf , from-utf8 x:ee8080 , from-utf8 '' , from-utf8 x:61c3a9e282acf09f9880
+$ runtime_probe from-utf8 x:ed9fbf , from-utf8 x:ee8080 , from-utf8 x:f3b08080 , from-utf8 '' , from-utf8 x:61c3a9e282acf09f9880
 | from-utf8 STATUS=0x00000000 2/4 \uD7FF\0 block 4 2 Strg aligned
 | from-utf8 STATUS=0x00000000 2/4 \uE000\0 block 4 2 Strg aligned
+| from-utf8 STATUS=0x00000000 4/6 \uDB80\uDC00\0 block 6 2 Strg aligned
 | from-utf8 STATUS=0x00000000 0/2 \0 block 2 2 Strg aligned
 | from-utf8 STATUS=0x00000000 10/12 a\u00E9\u20AC\uD83D\uDE00\0 block 12 2 Strg aligned
 $ runtime_probe from-utf8 x:80 , from-utf8 x:bf , from-utf8 x:c0 , from-utf8 x:c080 , from-utf8 x:c1bf , from-utf8 x:c2 , from-utf8 x:c27f , from-utf8 x:c2c0

@@ -74,7 +74,7 @@ $ vantorctl -s -f -v --tags=a:b
 ! ERROR: failed to process the option --tags
 ! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
 [1]
-$ vantorctl -s -f -v --tags=a#b
+$ vantorctl -s -f -v --tags=#ab
 |
 ! Sensor grouping tags have an invalid format
 ! ERROR: failed to process the option --tags
