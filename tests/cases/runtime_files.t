@@ -176,7 +176,7 @@ log <time> Couldn't truncate or extend file: ERRNO=22 (Invalid argument)\t(<tid>
 
 == reads and writes at an offset leave the descriptor's own offset alone
 file /run/f "0123456789"
-$ runtime_probe open /run/f 3 0 , pread 4 2 , pread 4 8 , pread 4 10 , pread 4 11 , pread 0 0 , seek 0 1 , pwrite ab 3 , pwrite cd 12 , pwrite '' 0 , seek 0 1 , read 3
+$ runtime_probe open /run/f 3 0 , pread 4 2 , pread 4 8 , pread 4 10 , pread 4 11 , pread 0 0 , seek 0 1 , pwrite ab 3 , pwrite d 13 , pwrite '' 0 , seek 0 1 , read 3
 | open STATUS=0x00000000
 | pread STATUS=0x00000000 4 '2345'
 | pread STATUS=0x00000000 2 '89'
@@ -185,11 +185,11 @@ $ runtime_probe open /run/f 3 0 , pread 4 2 , pread 4 8 , pread 4 10 , pread 4 1
 | pread STATUS=0xC0000011 0 ''
 | seek STATUS=0x00000000 0
 | pwrite STATUS=0x00000000 2
-| pwrite STATUS=0x00000000 2
+| pwrite STATUS=0x00000000 1
 | pwrite STATUS=0x00000000 0
 | seek STATUS=0x00000000 0
 | read STATUS=0x00000000 3 '012'
-file /run/f hex 3031326162353637383900006364
+file /run/f hex 3031326162353637383900000064
 $ runtime_probe open /run/f 1 0 , pwrite x 0 , close , pread 1 0
 | open STATUS=0x00000000
 | pwrite STATUS=0xC0000001 0
