@@ -64,14 +64,13 @@ int main(int argc, char** argv) {
   bool running = WriteCount(argv[1], hangups);
   // Read on a second thread, as a daemon's signal thread does: it sees what is
   // sent to the process, not what is sent to the thread whose ID is the PID.
-  std::thread reader([&] {
+  std::thread([&] {
     for (signalfd_siginfo info{}; running && read(fd, &info, sizeof info) == static_cast<ssize_t>(sizeof info);) {
       running = info.ssi_signo == SIGHUP;
       hangups += running ? 1 : 0;
       if (!WriteCount(argv[1], hangups)) break;
     }
-  });
-  reader.join();
+  }).join();
   RemovePidFile();
   return running ? 1 : 0;
 }

@@ -316,7 +316,8 @@ struct Probe {
       const bool stale = result.Buffer == nullptr && result.Length + result.MaximumLength != 0;
       out = " '" + (result.Buffer != nullptr ? Utf8(result) : "") + "'" + (stale ? " stale" : "");
       RtlFreeUnicodeString(&result);
-      RtlFreeUnicodeString(nullptr), RtlFreeAnsiString(nullptr);  // nothing to free
+      RtlFreeUnicodeString(nullptr);  // a null string is nothing to free
+      RtlFreeAnsiString(nullptr);
       out += NotFreed(result);
       // ---- counted strings
     } else if (op == "buffer") {  // MAX TEXT: a buffer of MAX bytes, filled, holding TEXT
