@@ -15,15 +15,16 @@ length, 256 bytes of data. All little-endian.
 """
 import struct
 import sys
+from typing import Callable
 
 SLOT_SIZE, SLOTS = 282, 28
 
 
-def free_slots(image):
+def free_slots(image: bytearray) -> list[int]:
     return [slot for slot in range(1, SLOTS + 1) if struct.unpack_from("<H", image, SLOT_SIZE * slot)[0] == 0]
 
 
-def put(image, slot, name, data):
+def put(image: bytearray, slot: int, name: str, data: bytes) -> None:
     at = SLOT_SIZE * slot
     encoded = name.encode("utf-16-le")
     struct.pack_into("<H", image, at, len(encoded))
@@ -32,7 +33,7 @@ def put(image, slot, name, data):
     image[at + 26:at + 26 + len(data)] = data
 
 
-def rewrite(path, change):
+def rewrite(path: str, change: Callable[[bytearray], None]) -> None:
     with open(path, "r+b") as f:
         image = bytearray(f.read())
         change(image)
@@ -40,8 +41,8 @@ def rewrite(path, change):
         f.write(image)
 
 
-def fill_store(path):
-    def fill(image):
+def fill_store(path: str) -> None:
+    def fill(image: bytearray) -> None:
         slots = free_slots(image)
         for slot in slots:
             put(image, slot, "Fill%02d" % slot, bytes([slot]) * 256)
@@ -49,20 +50,20 @@ def fill_store(path):
     rewrite(path, fill)
 
 
-def rfm(path, reason):
+def rfm(path: str, reason: int) -> None:
     rewrite(path, lambda image: put(image, free_slots(image)[0], "RFMHistory", struct.pack("<III", 0, 1, reason)))
 
 
-def named(text):
+def named(text: str) -> bytes:
     data = text.encode("utf-16-le")
     return struct.pack("<H", len(data)) + data
 
 
-def attribute(name, data):
+def attribute(name: str, data: bytes) -> bytes:
     return b"\x04" + named(name) + struct.pack("<I", len(data)) + data
 
 
-def registry(path, count):
+def registry(path: str, count: int) -> None:
     store = (b"\x01" + struct.pack("<IHH", 0x733C9A98, 0x7F6B, 0x4538) + bytes.fromhex("9a355c195f224c0d")
              + b"\x02" + bytes(15) + b"\x0b")
     record = b"\x03" + named("00:00:00:00")

@@ -18,7 +18,7 @@ import time
 import xml.etree.ElementTree as ET
 
 
-def reason(case):
+def reason(case: ET.Element) -> str:
     lines = [line.strip() for line in (case.findtext("system-out") or "").splitlines()]
     for i, line in enumerate(lines[:-1]):
         if line.endswith(": Skipped"):

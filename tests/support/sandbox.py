@@ -101,8 +101,8 @@ def stop_all() -> None:
 
 # Output in a transcript's terms: the date and thread id of trace lines as <time> and <tid>, and
 # the lines, each starting with `mark`, that stand for a stream's bytes.
-def normalise(data: bytes) -> bytes:
-    return TRACE_LINE.sub(rb"<time> \1\t(<tid>) [\2]", data)
+def normalise(data: Optional[bytes]) -> bytes:
+    return TRACE_LINE.sub(rb"<time> \1\t(<tid>) [\2]", data or b"")
 
 
 def show_stream(mark: str, data: bytes) -> list[str]:
@@ -150,8 +150,8 @@ def put(image: bytes, slot: int, name: str, data: bytes) -> bytes:
 
 def add_record(image: Optional[bytes], name: str, data: bytes) -> bytes:
     """The image (an empty one unless it is valid) with the record in its first free slot."""
-    image = image if records(image) is not None else EMPTY
+    base = image if image is not None and records(image) is not None else EMPTY
     for slot in range(1, SLOTS + 1):
-        if u16(image, SLOT * slot) == 0 and len(name.encode("utf-16-le")) <= 22 and len(data) <= 256:
-            return put(image, slot, name, data)
+        if u16(base, SLOT * slot) == 0 and len(name.encode("utf-16-le")) <= 22 and len(data) <= 256:
+            return put(base, slot, name, data)
     raise ValueError("no room for the record " + name)

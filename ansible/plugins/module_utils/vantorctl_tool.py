@@ -7,7 +7,7 @@ from __future__ import absolute_import, division, print_function
 
 __metaclass__ = type
 
-from typing import Any, Callable, Dict, List, Optional, Tuple
+from typing import Any, Callable, Dict, List, Mapping, Optional, Tuple
 
 from .vantorctl_values import DELETABLE, TABLE_ORDER, Stored, is_protected, parse_get, reloads, write_back_text
 from .vantorctl_words import CREDENTIALS, EMPTY_WORDS, PROTECTED_DELETE, PROTECTED_SET
@@ -85,7 +85,7 @@ class Step:
         return "Step(%r, %r -> %r)" % (self.option, self.before, self.after)
 
 
-def plan(current: Dict[str, Optional[Stored]], wanted: Dict[str, Tuple[Stored, str]], absent: List[str],
+def plan(current: Mapping[str, Optional[Stored]], wanted: Mapping[str, Tuple[Stored, str]], absent: List[str],
          force: bool) -> List[Step]:
     """The steps that make the store hold what the task says: writes in the
     tool's table order, then deletes, a deleted aid last of all.

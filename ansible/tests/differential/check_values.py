@@ -16,6 +16,7 @@ import string
 import subprocess
 import sys
 import time
+from typing import Any, Iterator
 
 sys.path.insert(0, os.environ["ANSIBLE_COLLECTIONS_PATH"])
 from ansible.module_utils.common.arg_spec import ArgumentSpecValidator  # noqa: E402
@@ -34,15 +35,15 @@ TAG = string.ascii_letters + string.digits + TAG_PUNCTUATION
 PASSED_ON = ("aph", "app", "tags", "loginterval", "logduration")
 
 
-def pick(chars, n):
+def pick(chars: str, n: int) -> str:
     return "".join(R.choice(chars) for _ in range(n))
 
 
-def odd_case(word):
+def odd_case(word: str) -> str:
     return "".join(R.choice((c.lower(), c.upper())) for c in word)
 
 
-def cids():
+def cids() -> Iterator[tuple[str, Any]]:
     # d: 34 lowercase digits with the right checksum; byte k is below 16, so
     # its pair may be written with a blank or sign before one digit.
     forms = (lambda d, k: d, lambda d, k: d.upper(), lambda d, k: odd_case(d),
@@ -60,7 +61,7 @@ def cids():
             yield "cid", form(d, k)
 
 
-def tokens():
+def tokens() -> Iterator[tuple[str, Any]]:
     forms = ("%x", "%X", "0x%x", "0X%016X", "%d", "0%o", " \t%x", "+%x", "-%x", "-0x%x", "%xzz", "zz%x", "%020x")
     for bits in (20, 28, 32, 40, 56, 64, 64):
         n = R.getrandbits(bits)
@@ -71,19 +72,19 @@ def tokens():
         yield "provisioning-token", text
 
 
-def tag_lists():
+def tag_lists() -> Iterator[tuple[str, Any]]:
     for _ in range(24):
         tags = [pick(TAG, R.randint(1, 12)) for _ in range(R.randint(1, 4))]
         if R.random() < 0.3:
             t = R.randrange(len(tags))
             tags[t] += R.choice(" ,;:*\té~")
         yield "tags", tags
-    for tags in (["a" * 255], ["a" * 256], ["a" * 257], ["a" * 127, "b" * 128], ["a" * 128, "b" * 128], [], [""],
-                 ["a", ""], ["é"]):
-        yield "tags", tags
+    for fixed in (["a" * 255], ["a" * 256], ["a" * 257], ["a" * 127, "b" * 128], ["a" * 128, "b" * 128], [], [""],
+                  ["a", ""], ["é"]):
+        yield "tags", fixed
 
 
-def words():
+def words() -> Iterator[tuple[str, Any]]:
     for option in ("apd", "fkm", "logcounters"):
         for value in (True, False, "TRUE", odd_case("true"), odd_case("false"), "yes", "On", "1", "0", 1, 0, "2", ""):
             yield option, value
@@ -106,7 +107,7 @@ def words():
         yield option, ["disableLogBuffer" if option == "feature" else "disableAzure"] * 20
 
 
-def texts_and_numbers():
+def texts_and_numbers() -> Iterator[tuple[str, Any]]:
     # The port is a number to a playbook ("080" is written as 80); the tool keeps text.
     for value in (0, 1, 80, 9999, 99999, 100000, 123456, -1, -9999, -99999):
         yield "app", value
@@ -114,12 +115,12 @@ def texts_and_numbers():
         yield "aph", pick(string.ascii_lowercase + ".-", n)
     yield "aph", "proxy host"
     for option in ("loginterval", "logduration"):
-        for value in (0, 1, 4, 5, 6, 60, 3599, 3600, 3601, 4294967, 4294968, 4294967294, 4294967295, 2 ** 32, -1,
-                      "60", " 120"):
-            yield option, value
+        for seconds in (0, 1, 4, 5, 6, 60, 3599, 3600, 3601, 4294967, 4294968, 4294967294, 4294967295, 2 ** 32, -1,
+                        "60", " 120"):
+            yield option, seconds
 
 
-def module(option, value):
+def module(option: str, value: Any) -> tuple[Any, ...]:
     """(refused, stored form, text to write or the refusal's message)."""
     param = v.param_name(option)
     checked = ArgumentSpecValidator({param: PARAMETERS[param]}).validate({param: value})
@@ -131,17 +132,17 @@ def module(option, value):
         return True, None, str(refusal)
 
 
-def tool(*args):
+def tool(*args: str) -> tuple[int, str, str]:
     done = subprocess.run([EXE] + list(args), capture_output=True, text=True)
     return done.returncode, done.stdout, done.stderr
 
 
-def stored(option):
+def stored(option: str) -> Any:
     return v.parse_get(option, *tool("-g", "--" + option))
 
 
-def main():
-    start, tally, wrong = time.monotonic(), collections.Counter(), []
+def main() -> int:
+    start, tally, wrong = time.monotonic(), collections.Counter(), []  # type: float, collections.Counter[Any], list[Any]
     for option, value in (c for g in (cids, tokens, tag_lists, words, texts_and_numbers) for c in g()):
         refused, wanted, text = module(option, value)
         # The tool takes the task's own text first, then what the module writes for it.

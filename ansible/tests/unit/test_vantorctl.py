@@ -7,6 +7,7 @@ import shutil
 import sys
 import tempfile
 import unittest
+from typing import Any
 
 try:
     import ansible.module_utils.basic  # noqa: F401
@@ -31,10 +32,10 @@ CID = "00112233445566778899aabbccddeeff"
 
 
 class ReadingAnswers(unittest.TestCase):
-    def get(self, option, stdout, rc=0, stderr=""):
+    def get(self, option: str, stdout: str, rc: int = 0, stderr: str = "") -> Any:
         return v.parse_get(option, rc, stdout, stderr)
 
-    def test_values(self):
+    def test_values(self) -> None:
         cases = [
             ("cid", 'cid="%s".\n' % CID, CID),
             ("apd", "apd=TRUE.\n", "TRUE"),
@@ -53,7 +54,7 @@ class ReadingAnswers(unittest.TestCase):
             with self.subTest(option=option, stdout=stdout):
                 self.assertEqual(self.get(option, stdout), stored)
 
-    def test_nothing_stored(self):
+    def test_nothing_stored(self) -> None:
         for option, stdout in [("apd", "apd is not set.\n"), ("tags", "Sensor grouping tags are not set.\n"),
                                ("metadata-query", "metadata-query=enable (unset default).\n"),
                                ("feature", "feature is not set.\n"),
@@ -65,7 +66,7 @@ class ReadingAnswers(unittest.TestCase):
         self.assertIsNone(self.get("logcounters", "\n", 1, "Failed to read log settings from config. "
                                    "Status: 0xC0000225\nERROR: failed to process the option --logcounters\n"))
 
-    def test_failures(self):
+    def test_failures(self) -> None:
         # Another status of the same read, a failure of an option that has no
         # "not set" failure, and an answer of an unknown shape.
         with self.assertRaisesRegex(v.ReadError, "0xC0000001"):
@@ -82,7 +83,7 @@ class ReadingAnswers(unittest.TestCase):
 # itself by the differential test (ansible/tests/differential); these are the
 # module's own forms: the facts, the texts it writes back, an empty list.
 class Values(unittest.TestCase):
-    def test_facts_and_written_texts(self):
+    def test_facts_and_written_texts(self) -> None:
         self.assertEqual(v.mask_words("feature", 0x10001), ["enableLog", "disableOsfm"])
         self.assertEqual(v.mask_words("metadata-query", 0x21), ["disableAWS", "0x20"])
         self.assertEqual(v.mask_text("metadata-query", 0), "enable")
@@ -99,13 +100,13 @@ class Values(unittest.TestCase):
 # `refuse`; records every argv.
 class ScriptedTool:
 
-    def __init__(self, refuse=(), stderr="", fail_after=None):
-        self.runs = []
+    def __init__(self, refuse: tuple[str, ...] = (), stderr: str = "", fail_after: int | None = None) -> None:
+        self.runs: list[Any] = []
         self.refuse = refuse
         self.stderr = stderr
         self.fail_after = fail_after  # runs that succeed before every later one fails
 
-    def __call__(self, argv, data=None):
+    def __call__(self, argv: list[Any], data: str | None = None) -> tuple[int, str, str]:
         self.runs.append(argv[1:] + ([("stdin", data)] if data is not None else []))
         argv = [a for a in argv if not isinstance(a, tuple)]
         option = argv[-1].lstrip("-").split("=")[0] if argv[-1] != "--update" else argv[-2].lstrip("-").split("=")[0]
@@ -115,7 +116,7 @@ class ScriptedTool:
 
 
 class PlanAndApply(unittest.TestCase):
-    def test_order_and_protection(self):
+    def test_order_and_protection(self) -> None:
         current = {"aid": "a" * 32, "tags": "x", "cid": None, "trace": "info", "aph": "h"}
         wanted = {"trace": ("warn", "warn"), "cid": (CID, "C")}
         steps = tool_mod.plan(current, wanted, ["aid", "tags", "aph"], force=True)
@@ -125,7 +126,7 @@ class PlanAndApply(unittest.TestCase):
         # An equal protected value needs no force.
         self.assertEqual(tool_mod.plan(current, {"tags": ("x", "x")}, [], force=False), [])
 
-    def test_failure_puts_back_every_earlier_change(self):
+    def test_failure_puts_back_every_earlier_change(self) -> None:
         current = {"cid": "ff" * 16, "pcpt": None, "trace": "info", "billing": None, "tags": "x"}
         wanted = {"cid": (CID, "C"), "pcpt": ("ipv6", "ipv6"), "trace": ("warn", "warn"),
                   "billing": ("metered", "metered"), "tags": ("bad tag", "bad tag")}
@@ -139,7 +140,7 @@ class PlanAndApply(unittest.TestCase):
         self.assertEqual(runner.runs[7], ["-s", "--trace=info", "--update"])
         self.assertEqual(runner.runs[0], ["-s", "-f", "--cid=@/dev/stdin", ("stdin", "C")])
 
-    def test_signal_failure_is_a_warning(self):
+    def test_signal_failure_is_a_warning(self) -> None:
         runner = ScriptedTool(stderr="Failed to get vantor PID from PID file /var/run/vantor-sensor.pid: "
                                      "No such file or directory\n")
         tool = tool_mod.Tool(runner, "vantorctl")
@@ -157,7 +158,7 @@ def sample(option: str, pick: int) -> object:
     if option in v.CHOICES and form != "switch":
         return [v.CHOICES[option][pick]] if form == "flag_set" else v.CHOICES[option][pick]
     return {"identifier": (CID, "ff" * 16), "token": ("0011223344556677", "00112233"), "switch": (True, False),
-            "seconds": (60, 61), "tag_list": (["a"], ["b"])}.get(form, ("8", "9") if option in v.NUMBERS
+            "seconds": (60, 61), "tag_list": (["a"], ["b"])}.get(form or "", ("8", "9") if option in v.NUMBERS
                                                                    else ("x", "y"))[pick]
 
 
@@ -194,7 +195,7 @@ class EveryRow(unittest.TestCase):
 
 @unittest.skipUnless(HAVE_ANSIBLE, "ansible is not installed")
 class Documentation(unittest.TestCase):
-    def test_options_match_the_parameters(self):
+    def test_options_match_the_parameters(self) -> None:
         import yaml
         from ansible_collections.marrowlight.vantor.plugins.modules import vantorctl as module
         from ansible_collections.marrowlight.vantor.plugins.doc_fragments import vantorctl, vantorctl_settings
