@@ -73,6 +73,19 @@ $ prlimit --fsize=4096 vantorctl -g --cid
 ! ERROR: unable to initialize simple store
 [1]
 
+# A full disk stops the repair of a one-byte store after its journal is written, in the store's
+# second page: the one byte is put back.
+== a one-byte store repaired on a full disk
+sh mount -o remount,size=24k /opt && printf '\007' >/opt/Marrowlight/vantorstore
+$ vantorctl -g --cid
+|
+! ERROR: cannot open /opt/Marrowlight/vantorstore: it could not be read or repaired; see /var/log/vantorctl.log
+! ERROR: unable to initialize simple store
+[1]
+log <time> Invalid file /opt/Marrowlight/vantorstore length: 1\t(<tid>) [0] (esc)
+log <time> Couldn't write to file: ERRNO=28 (No space left on device)\t(<tid>) [0] (esc)
+log <time> Failed write to store: STATUS=0xC0000001\t(<tid>) [0] (esc)
+
 # The registry's flush fails, and so does the log's line about it: the tags were printed and
 # the registry keeps what it held.
 == a status query under a file-size limit
