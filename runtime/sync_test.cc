@@ -105,7 +105,7 @@ TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
     EXPECT_EQ(WaitSyncEvent(&event, 0), manual ? STATUS_SUCCESS : STATUS_TIMEOUT);
     ResetSyncEvent(&event);
     EXPECT_EQ(WaitSyncEvent(&event, 10), STATUS_TIMEOUT);
-    DeleteSyncEvent(&event);
+    SetSyncEvent(&event), DeleteSyncEvent(&event);  // a reset leaves the event free to be set again
   }
 }
 
