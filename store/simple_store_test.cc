@@ -26,7 +26,7 @@ using Name = vt_test::Wide;
 
 class SimpleStoreTest : public ::testing::Test {
  protected:
-  void TearDown() override { CloseSimpleStore(); }
+  void TearDown() override { CloseSimpleStore(); EXPECT_EQ(Get("n1"), "status c0000008") << "closed: no answer"; }
   std::string ReadBytes() const { return vt_test::ReadWholeFile(path_); }
   void Seed(const std::string& bytes) {  // closes the store, writes the file, opens it again
     CloseSimpleStore();
