@@ -315,3 +315,17 @@ $ vantorctl -s --trace=warn
 store TRACE "warn"
 $ vantorctl -g --trace
 | trace=warn.
+
+# Another writer damages the store after the open has read it and before the get's own read (its
+# shared lock held up for two seconds), and mends it afterwards: the get reads the damage, says so
+# and prints nothing.
+== a store damaged between the open and the get
+store TRACE "info"
+$ (sleep 0.5; printf '\007' | dd of=/opt/Marrowlight/vantorstore conv=notrunc status=none) & ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -qq -o /dev/null -e inject=flock:delay_enter=2000000:when=3 vantorctl -g --trace; s=$?; wait; printf '\002' | dd of=/opt/Marrowlight/vantorstore conv=notrunc status=none; exit $s
+|
+! Could not get trace level from config file
+! ERROR: failed to process the option --trace
+! Run 'vantorctl -h' OR 'vantorctl --help' for usage help
+[1]
+log <time> Version validation failed: 7\t(<tid>) [0] (esc)
+log <time> ValidateSimpleStore failed\t(<tid>) [0] (esc)
