@@ -72,10 +72,12 @@ TEST_F(SimpleStoreTest, DataAndNameLimits) {
   Seed(StoreImage().bytes());
   const auto mark = vt_test::LogMark();
   EXPECT_EQ(Set("big", std::string(257, 'e')), STATUS_INVALID_PARAMETER_2);
+  EXPECT_EQ(SetSimpleStoreValue(Name("big").get(), nullptr, 1), STATUS_INVALID_PARAMETER_2);  // no data to copy
   EXPECT_EQ(Set("LogCounters1", "12"), STATUS_INVALID_PARAMETER_1);  // 24 bytes
   const UNICODE_STRING noBuffer{1, 1, nullptr};                       // no length logged for it
   EXPECT_EQ(SetSimpleStoreValue(&noBuffer, "x", 1), STATUS_INVALID_PARAMETER_1);
-  EXPECT_EQ(vt_test::LogMessagesSince(mark), "Data is invalid\nInvalid name length:24\nName is invalid\nName is invalid\n");
+  EXPECT_EQ(vt_test::LogMessagesSince(mark),
+            "Data is invalid\nData is invalid\nInvalid name length:24\nName is invalid\nName is invalid\n");
   EXPECT_EQ(ReadBytes(), StoreImage().bytes());
   EXPECT_EQ(Set("big", std::string(256, 'd')), STATUS_SUCCESS);
   EXPECT_EQ(Set("LogCounters", "11"), STATUS_SUCCESS);  // 22 bytes
