@@ -3,6 +3,7 @@
 
 #include "tests/support/alloc_fault.h"
 #include "tests/support/registry_tree.h"
+#include "tests/support/trace_capture.h"
 
 namespace {
 
@@ -85,6 +86,7 @@ TEST_F(RegistryFile, DumpLines) {
   std::string data = "Z";
   AttributeValue value{data.data(), 1, 0, STATUS_SUCCESS};
   ASSERT_EQ(p_->SetAttribute(wide, &name, &value), STATUS_SUCCESS);
+  const auto mark = vt_test::LogMark();
   EXPECT_EQ(Dump(),
             "Registry\n" + std::string(92, '-') + "\n" +
                 "|     (Store) GUID: {0x11223344, 0x5566, 0x7788, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x01}\n"
@@ -98,6 +100,8 @@ TEST_F(RegistryFile, DumpLines) {
                 "0xFF, 0x01} Volatile: 0\n"
                 "|               (Record) IndexName Volatile: 0\n"
                 "|                    (Attribute) AttributeName Length: 1 Data: 5A\n");
+  EXPECT_EQ(vt_test::LogMessagesSince(mark),  // the conversion's status, the same for both
+            "Failed to allocate IndexName: STATUS=0xC0000023\nFailed to allocate AttributeName: STATUS=0xC0000023\n");
 }
 
 }  // namespace
