@@ -520,7 +520,7 @@ $ vantorctl -s --aph=x.example <&- 2>&-
 |
 store APH "x.example"
 
-== the daemon's descriptors cannot be opened (EACCES) or listed (EIO): it is not signalled, and the log says why
+== the daemon's descriptors cannot be opened (EACCES), are gone (ENOENT: it exited after it was pinned) or cannot be listed (EIO): it is not signalled, and the log says why
 store empty
 sh echo 6999 >/proc/sys/kernel/ns_last_pid
 daemon
@@ -529,6 +529,12 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 ! Failed to send SIGHUP to vantor process (PID 7000): Permission denied
 log <time> Cannot list the descriptors of process 7000: ERRNO=13 (Permission denied)\t(<tid>) [0] (esc)
 store TRACE "warn"
+hangups 0
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/7000/fd -e trace=openat -e inject=openat:error=ENOENT timeout 5 vantorctl -s --trace=debug --update
+|
+! Failed to send SIGHUP to vantor process (PID 7000): No such process
+log <time> PID file names process 7000, which does not exist\t(<tid>) [0] (esc)
+store TRACE "debug"
 hangups 0
 $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -e trace=getdents64 -e inject=getdents64:error=EIO timeout 5 vantorctl -s --trace=info --update
 |
