@@ -154,6 +154,15 @@ $ vantorctl -d --trace
 log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=30 (Read-only file system)\t(<tid>) [0] (esc)
 log <time> The store /opt/Marrowlight/vantorstore cannot be opened for writing; opened read-only\t(<tid>) [0] (esc)
 log <time> The store is opened read-only; the change is not written\t(<tid>) [0] (esc)
+# The open for reading fails too, for its own reason: that reason is the one reported.
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -e trace=openat -e inject=openat:error=EIO:when=2 vantorctl -g --trace
+|
+! ERROR: cannot open /opt/Marrowlight/vantorstore: Input/output error
+! ERROR: unable to initialize simple store
+[1]
+log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=30 (Read-only file system)\t(<tid>) [0] (esc)
+log <time> Couldn't open file /opt/Marrowlight/vantorstore: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+log <time> Failed opening simple store file /opt/Marrowlight/vantorstore: STATUS=0xC0000001\t(<tid>) [0] (esc)
 
 == an immutable store
 store TRACE "warn"
