@@ -3,7 +3,6 @@
 
 #include "tests/support/alloc_fault.h"
 #include "tests/support/registry_tree.h"
-#include "tests/support/trace_capture.h"
 
 namespace {
 
