@@ -75,7 +75,7 @@ $ runtime_probe open-owner /run/d/new 0 1 , open-owner /run/d/new 4 1 , open-own
 | open-owner STATUS=0xC000000D error 0
 | open-owner STATUS=0xC0000022 error 0
 | open-owner STATUS=0xC0000022 error 0
-$ runtime_probe open-owner /run/d/keep 1 0 , flags , write x , open-owner /run/d/keep 2 0 , flags , open-owner /run/d/keep 3 0x400 , flags , open-owner /run/d/keep 1 0x400 , flags
+$ runtime_probe open-owner /run/d/keep 1 0 , flags , write x , open-owner /run/d/keep 2 0 , flags , open-owner /run/d/keep 3 0x400 , flags , open-owner /run/d/keep 1 0x400 , flags , open-owner /run/d/made 3 1 , flags
 | open-owner STATUS=0x00000000 error 0
 | flags STATUS=0x00000000 cloexec read
 | write STATUS=0xC0000001 0
@@ -85,7 +85,10 @@ $ runtime_probe open-owner /run/d/keep 1 0 , flags , write x , open-owner /run/d
 | flags STATUS=0x00000000 inherited both
 | open-owner STATUS=0x00000000 error 0
 | flags STATUS=0x00000000 inherited read
+| open-owner STATUS=0x00000000 error 0
+| flags STATUS=0x00000000 cloexec both
 log <time> Couldn't write to file: ERRNO=9 (Bad file descriptor)\t(<tid>) [0] (esc)
+file /run/d/made ""
 $ runtime_probe open-owner /run/d/keep 1 0x801 , open-owner /run/d/none 1 0x200 , open-owner /run/d/none 1 0 , open-owner /run/d/keep/sub 1 0x200
 | open-owner STATUS=0xC0000001 error 17
 | open-owner STATUS=0xC0000034 error 2

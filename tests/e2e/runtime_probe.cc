@@ -492,9 +492,9 @@ struct Probe {
       status = TvUnicodeStringToUtf8(&text, &length, Units(arg(0)).get());
       out = " " + std::to_string(length) + (text ? " " + ShowBytes(text, length + 1) + PoolHeader(text) : " null");
       TvFreePoolWithTag(text, kTagUtf8Buffer);
-    } else if (op == "from-utf8") {  // BYTES
+    } else if (op == "from-utf8") {  // BYTES [COUNT]: the first COUNT bytes, the others left past the text's end
       UNICODE_STRING result{2, 2, nullptr};
-      status = TvUtf8ToUnicodeString(Bytes(arg(0)), &result);
+      status = TvUtf8ToUnicodeString(std::string_view(Bytes(arg(0))).substr(0, a.size() > 1 ? options(1) : ~0U), &result);
       out = Lengths(result) + (result.Buffer ? " " + ShowUnits(result.Buffer, result.MaximumLength / 2) +
                                                    PoolHeader(result.Buffer)
                                              : " null");
