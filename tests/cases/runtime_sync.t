@@ -5,8 +5,8 @@
 # under ptrace).
 needs strace
 
-== events: the lowest index signalled; synchronization events are consumed, notification events stay
-$ runtime_probe events 6 1 0 , set 5 , set 2 , wait 0 , signalled 5 , wait 0 , wait 0 , set 3 , set 3 , wait 0 , wait 0 , close-events
+== events: the lowest index signalled (at once, whatever time is allowed); synchronization events are consumed, notification events stay
+$ runtime_probe events 6 1 0 , set 5 , set 2 , wait 1000 , signalled 5 , wait 0 , wait 0 , set 3 , set 3 , wait 0 , wait 0 , close-events
 | events STATUS=0x00000000
 | set STATUS=0x00000000
 | set STATUS=0x00000000
