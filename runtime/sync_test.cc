@@ -63,7 +63,8 @@ TEST(RundownGuard, WaiterOutlivesTheLastHoldersSignal) {
 }
 
 // A waiter with a holder left publishes its wait block and waits; it does not
-// return first (the hook fires only on the way to the wait).
+// return first (the hook fires only on the way to the wait). A later wait does
+// not wait at all.
 TEST(RundownGuard, WaitsWhileAHolderIsLeft) {
   static RundownGuard guard;
   static std::atomic<bool> published{false};
@@ -77,6 +78,7 @@ TEST(RundownGuard, WaitsWhileAHolderIsLeft) {
   EXPECT_FALSE(AcquireRundownGuard(&guard));  // rundown has begun
   ReleaseRundownGuard(&guard);
   waiter.join();
+  WaitForRundown(&guard);  // run down already: returns at once
   gRundownTestHooks = {nullptr, nullptr};
 }
 

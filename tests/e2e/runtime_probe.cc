@@ -496,8 +496,7 @@ struct Probe {
       UNICODE_STRING result{2, 2, nullptr};
       status = TvUtf8ToUnicodeString(std::string_view(Bytes(arg(0))).substr(0, a.size() > 1 ? options(1) : ~0U), &result);
       out = Lengths(result) + (result.Buffer ? " " + ShowUnits(result.Buffer, result.MaximumLength / 2) +
-                                                   PoolHeader(result.Buffer)
-                                             : " null");
+                                                   PoolHeader(result.Buffer) : " null");
       RtlFreeUnicodeString(&result);
     } else if (op == "to-ansi") {  // UNITS [ROOM]: allocated, or into a buffer of ROOM bytes
       std::string room(a.size() > 1 ? options(1) + kSpare : 0, '#');
