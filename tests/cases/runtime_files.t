@@ -176,6 +176,10 @@ $ runtime_probe open /run/f 1 0 , set-length 0
 | open STATUS=0x00000000
 | set-length STATUS=0xC0000001
 log <time> Couldn't truncate or extend file: ERRNO=22 (Invalid argument)\t(<tid>) [0] (esc)
+$ runtime_probe open /run/empty 3 1 , length
+| open STATUS=0x00000000
+| length STATUS=0x00000000 0 allocated 0
+file /run/empty ""
 
 == reads and writes at an offset leave the descriptor's own offset alone
 file /run/f "0123456789"
