@@ -97,14 +97,14 @@ log <time> Invalid PID: 0\t(<tid>) [0] (esc)
 file /run/vantor-sensor.pid ""
 
 == the bound is the system's pid_max, and 4194304 when pid_max is above that or no number
-$ printf 9 >/run/pid_max && mount --bind /run/pid_max /proc/sys/kernel/pid_max && printf '9\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
-| pidfile STATUS=0x00000000 9
-file /run/pid_max "9"
-file /run/vantor-sensor.pid "9\n"
-$ printf '10\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+$ printf 1 >/run/pid_max && mount --bind /run/pid_max /proc/sys/kernel/pid_max && printf '1\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
+| pidfile STATUS=0x00000000 1
+file /run/pid_max "1"
+file /run/vantor-sensor.pid "1\n"
+$ printf '2\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -34
-log <time> Invalid PID: 10\t(<tid>) [0] (esc)
-file /run/vantor-sensor.pid "10\n"
+log <time> Invalid PID: 2\t(<tid>) [0] (esc)
+file /run/vantor-sensor.pid "2\n"
 $ printf 10 >/run/pid_max && printf '11\n' >/run/vantor-sensor.pid && runtime_probe pidfile read
 | pidfile STATUS=0x00000000 -34
 log <time> Invalid PID: 11\t(<tid>) [0] (esc)
