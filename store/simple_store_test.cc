@@ -195,12 +195,13 @@ TEST_F(SimpleStoreTest, AChangeGoesToTheFileThePathNames) {
 
 TEST(BuildVendorPath, JoinsPartsAndRefusesOverflow) {
   // "/opt/Marrowlight/" is 34 bytes; a subdirectory with its "/" must keep the
-  // total below 65534, the file name must not wrap 16 bits.
+  // total below 65534 (one that ends in "/" gets no second one), the file name
+  // must not wrap 16 bits.
   const std::u16string big(32748, u's'), none = u"-";  // 34 + 65496 + 2 = 65532 bytes
   for (auto [sub, file, expected] :  // "-": no part / no result
        {std::tuple{none, std::u16string(u"vantorstore"), std::u16string(u"/opt/Marrowlight/vantorstore")},
         {u"sub/", u"f", u"/opt/Marrowlight/sub/f"}, {u"sub", none, u"/opt/Marrowlight/sub/"},
-        {u"", u"f", u"/opt/Marrowlight/f"}, {big, u"f", none},
+        {u"", u"f", u"/opt/Marrowlight/f"}, {big, u"f", none}, {big + u"/", none, u"/opt/Marrowlight/" + big + u"/"},
         {big, none, u"/opt/Marrowlight/" + big + u"/"}, {big + u"s", none, none}, {big, u"ff", none}}) {
     const Name subName(sub), fileName(file);
     const StringObject path(
