@@ -186,6 +186,17 @@ $ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o 
 [1]
 log <time> Couldn't stat /opt/Marrowlight/vantorstore: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
 
+== a get that finds the journal a set left when its unlink call failed, its newfstatat call 5 (the store,
+# before the journal is replayed) fails with EIO: the run stops, and the journal is kept for the next
+store APH "old.example"
+sh ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -P /opt/Marrowlight/vantorstore-journal -P /opt/Marrowlight -P /opt/Marrowlight/Registry.bin -P /opt/Marrowlight/Registry.bin.tmp -e trace=unlink -e inject=unlink:error=EIO:when=1 vantorctl -s --aph=new.example
+$ ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /opt/Marrowlight/vantorstore -P /opt/Marrowlight/vantorstore-journal -P /opt/Marrowlight -P /opt/Marrowlight/Registry.bin -P /opt/Marrowlight/Registry.bin.tmp -e trace=newfstatat -e inject=newfstatat:error=EIO:when=5 vantorctl -g --aph
+|
+! ERROR: cannot open /opt/Marrowlight/vantorstore: it could not be read or repaired; see /var/log/vantorctl.log
+! ERROR: unable to initialize simple store
+[1]
+log <time> Couldn't stat the store: ERRNO=5 (Input/output error)\t(<tid>) [0] (esc)
+
 == the system-tag query, which rewrites a damaged registry, its newfstatat call 5 fails with EIO
 store empty
 file /opt/Marrowlight/Registry.bin hex 01989a3c736b7f38459a355c195f224c0d 020000000000000000000000000000000b 031600300030003a00300030003a00300030003a0030003000 044c007b00630036003800640066003700380033002d0065006300390030002d0034003300610062002d0062003600620033002d003000330030003000310037003000300063006300320062007d0040000000 01000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000 044c007b00660038006500310031003800390038002d0037006400630037002d0034003000320035002d0061006200630033002d006200390033003000370035003300660032003900310031007d0008000000 0700000000000000 7f01
