@@ -60,6 +60,8 @@ $ runtime_probe format 2048 '%-*d|' -5000 1 , format 2048 '%.*s|' 2000 s:ab , fo
 | format STATUS=0x00000000 1 7\0{#*2046}|##
 $ runtime_probe format 32 '%.0s|%.0d|%.*s|%.*s|%.1s|%.0f' s:abc 0 0 s:abc -1 s:abc s:abc f:2.5
 | format STATUS=0x00000000 10 |||abc|a|2\0{#*21}|##
+$ runtime_probe format 32 '%.5s|%.6s|%.*s' null null 7 null
+| format STATUS=0x00000000 14 |(null)|(null)\0{#*17}|##
 
 == a conversion keeps its first six flags; a seventh is dropped
 $ runtime_probe format 32 '%------+5d|' 7 , format 32 '%+-----5d|' 7
