@@ -61,6 +61,15 @@ $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && AS
 [1]
 link /var/log/vantorctl.log -> /dev/stdout
 
+== started in a mount namespace of its own with one descriptor above standard error to spare: the log on standard output takes it, so the open of process 1's mount namespace fails and the run stops there
+file /opt/Marrowlight/vantorstore "12345"
+$ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ulimit -n 4 && vantorctl -s --apd=true'
+| <time> Couldn't open file /proc/1/ns/mnt: ERRNO=24 (Too many open files)\t(<tid>) [0] (esc)
+|
+! ERROR: failed switch to init mount namespace
+[1]
+link /var/log/vantorctl.log -> /dev/stdout
+
 == started in a mount namespace of its own, where process 1's mount namespace is missing: the run stops there too (only optional kinds may be missing)
 file /opt/Marrowlight/vantorstore "12345"
 $ unshare -m sh -c 'mount -t tmpfs tmpfs /opt && mkdir -p /opt/Marrowlight && ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0" strace -f -qq -o /dev/null -P /proc/1/ns/mnt -e trace=openat -e inject=openat:error=ENOENT vantorctl -s --apd=true; rc=$?; ls -A /opt/Marrowlight; exit $rc'
